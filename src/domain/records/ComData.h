@@ -1,0 +1,4 @@
+#pragma once
+
+// ComData is declared beside its twin DataBuffer.
+#include "domain/records/DataBuffer.h"
