@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+// Exit statuses shared by all subcommands.
+enum ExitStatus {
+    kExitOk = 0,
+    kExitUsage = 1,     // bad arguments or unreadable input
+    kExitNoParse = 2,   // the datagram is not a well-formed SDK command
+    kExitNoEncode = 3,  // the command could not be written again
+};
+
+// Where a subcommand writes. `out` is the original standard output and carries
+// only the subcommand's result; `err` is standard error. While a subcommand
+// runs, file descriptor 1 is redirected to standard error, so that lines the
+// library prints itself never mix with the result.
+struct ToolStreams {
+    FILE* out;
+    FILE* err;
+};
+
+// One entry of the subcommand table.
+struct Subcommand {
+    const char* name;
+    const char* summary;  // one line for the overview of `devsearch --help`
+    int (*run)(const std::vector<std::string>& args, ToolStreams& io);
+};
+
+// The table, in the order of the overview.
+const std::vector<Subcommand>& subcommands();
+
+// The subcommands (one file each).
+int runDecode(const std::vector<std::string>& args, ToolStreams& io);
+int runRecode(const std::vector<std::string>& args, ToolStreams& io);

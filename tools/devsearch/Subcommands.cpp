@@ -1,0 +1,10 @@
+#include "Subcommand.h"
+
+// Add a subcommand here: its name, a one-line summary and its entry point.
+const std::vector<Subcommand>& subcommands() {
+    static const std::vector<Subcommand> table = {
+        {"decode", "print the head and the body of one raw SDK datagram", runDecode},
+        {"recode", "parse one raw SDK datagram and write it again as the library builds it", runRecode},
+    };
+    return table;
+}
