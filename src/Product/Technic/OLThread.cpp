@@ -39,6 +39,10 @@ int OLThread::start() {
     // A thread that ended by itself still has its handle: close it first.
     joinHandle();
 
+    {
+        std::lock_guard<std::mutex> taken(m_gateTakenLock);
+        m_bGateTaken = false;
+    }
     m_objStartGate.lock(__FILE__, __LINE__);
     try {
         std::thread created(&OLThread::threadFunction, this);
@@ -56,6 +60,10 @@ int OLThread::start() {
     m_objStartGate.unlock(__FILE__, __LINE__);
 
     // Wait until run() has called notifyStarted().
+    {
+        std::unique_lock<std::mutex> taken(m_gateTakenLock);
+        m_gateTakenSignal.wait(taken, [this] { return m_bGateTaken; });
+    }
     m_objStartedGate.lock(__FILE__, __LINE__);
     m_objStartedGate.unlock(__FILE__, __LINE__);
     return 0;
@@ -64,6 +72,11 @@ int OLThread::start() {
 void OLThread::threadFunction(OLThread* self) {
     self->m_objStartedGate.lock(__FILE__, __LINE__);
     self->m_bStartedNotified = false;
+    {
+        std::lock_guard<std::mutex> taken(self->m_gateTakenLock);
+        self->m_bGateTaken = true;
+    }
+    self->m_gateTakenSignal.notify_all();
     {
         OLMutexGuard guard(self->m_objStateLock, __FILE__, __LINE__);
         self->m_bRunning = true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -20,7 +21,7 @@ class OLThread {
     OLThread& operator=(const OLThread&) = delete;
 
     // 0 started; -5 already running; -2 the thread could not be created.
-    // Returns once run() has begun (when the new thread reached its gate first).
+    // Returns once run() has called notifyStarted() (or has returned).
     int start();
     // Polls the running flag for up to five seconds, then waits without limit.
     // The result of waitForExit(): 0 if it had to join a running thread, -4 otherwise.
@@ -61,4 +62,9 @@ class OLThread {
     bool m_bStartedNotified;
     // Serialises joining the handle between concurrent waiters.
     std::mutex m_joinLock;
+    // Tells start() that the new thread holds the started gate, so that its
+    // wait on the gate cannot come first.
+    std::mutex m_gateTakenLock;
+    std::condition_variable m_gateTakenSignal;
+    bool m_bGateTaken = false;
 };

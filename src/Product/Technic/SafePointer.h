@@ -106,7 +106,8 @@ class BaseSafePointer {
 
 namespace safe_pointer_detail {
 
-// The address that identifies an object whatever base it is seen through.
+// The address that identifies an object whatever base it is seen through. Only
+// taken while the object is known to be alive (registration, conversion).
 template <class T>
 inline const void* identity(T* p) {
     if constexpr (std::is_polymorphic<T>::value) {
@@ -132,42 +133,49 @@ class SafePointer : public BaseSafePointer {
   public:
     typedef T element_type;
 
-    SafePointer() noexcept : m_pPointer(nullptr), m_pEntry(nullptr) {}
+    SafePointer() noexcept : m_pPointer(nullptr), m_pEntry(nullptr), m_pAddress(nullptr) {}
 
     // Takes ownership of raw. If registration fails the object stays the caller's.
-    explicit SafePointer(T* raw) : m_pPointer(nullptr), m_pEntry(nullptr) {
+    explicit SafePointer(T* raw) : m_pPointer(nullptr), m_pEntry(nullptr), m_pAddress(nullptr) {
         if (raw == nullptr) report("Construct from NULL original pointer");
-        m_pEntry = SafePointerRegistry::getInstance()->allocate(safe_pointer_detail::identity(raw),
-                                                                typeName().c_str());
+        const void* address = safe_pointer_detail::identity(raw);
+        m_pEntry = SafePointerRegistry::getInstance()->allocate(address, typeName().c_str());
         m_pPointer = raw;
+        m_pAddress = address;
     }
 
-    SafePointer(const SafePointer& other) : m_pPointer(nullptr), m_pEntry(nullptr) {
+    SafePointer(const SafePointer& other) : m_pPointer(nullptr), m_pEntry(nullptr), m_pAddress(nullptr) {
         if (other.m_pPointer == nullptr) report("Construct from NULL <T>pointer");
         other.inc_reference();
         m_pPointer = other.m_pPointer;
         m_pEntry = other.m_pEntry;
+        m_pAddress = other.m_pAddress;
     }
 
     // Derived to base: shares the entry, which keeps its registration.
     template <class U, class = typename std::enable_if<std::is_convertible<U*, T*>::value>::type>
-    SafePointer(const SafePointer<U>& other) : m_pPointer(nullptr), m_pEntry(nullptr) {
+    SafePointer(const SafePointer<U>& other) : m_pPointer(nullptr), m_pEntry(nullptr), m_pAddress(nullptr) {
         if (other.m_pPointer == nullptr) report("Construct from NULL <U>pointer");
         other.inc_reference();
         m_pPointer = other.m_pPointer;
         m_pEntry = other.m_pEntry;
+        m_pAddress = other.m_pAddress;
     }
 
     // Moves cost no lock; the source is left empty. Moving an empty one gives an empty one.
-    SafePointer(SafePointer&& other) noexcept : m_pPointer(other.m_pPointer), m_pEntry(other.m_pEntry) {
+    SafePointer(SafePointer&& other) noexcept
+        : m_pPointer(other.m_pPointer), m_pEntry(other.m_pEntry), m_pAddress(other.m_pAddress) {
         other.m_pPointer = nullptr;
         other.m_pEntry = nullptr;
+        other.m_pAddress = nullptr;
     }
 
     template <class U, class = typename std::enable_if<std::is_convertible<U*, T*>::value>::type>
-    SafePointer(SafePointer<U>&& other) noexcept : m_pPointer(other.m_pPointer), m_pEntry(other.m_pEntry) {
+    SafePointer(SafePointer<U>&& other) noexcept
+        : m_pPointer(other.m_pPointer), m_pEntry(other.m_pEntry), m_pAddress(other.m_pAddress) {
         other.m_pPointer = nullptr;
         other.m_pEntry = nullptr;
+        other.m_pAddress = nullptr;
     }
 
     ~SafePointer() override { dec_reference(); }
@@ -180,6 +188,7 @@ class SafePointer : public BaseSafePointer {
         dec_reference();
         m_pPointer = other.m_pPointer;
         m_pEntry = other.m_pEntry;
+        m_pAddress = other.m_pAddress;
         return *this;
     }
 
@@ -217,11 +226,13 @@ class SafePointer : public BaseSafePointer {
         dec_reference();
         m_pPointer = nullptr;
         m_pEntry = nullptr;
+        m_pAddress = nullptr;
     }
 
     void swap(SafePointer& other) noexcept {
         std::swap(m_pPointer, other.m_pPointer);
         std::swap(m_pEntry, other.m_pEntry);
+        std::swap(m_pAddress, other.m_pAddress);
     }
 
     // Current reference count (0 when empty); for diagnostics and tests.
@@ -248,15 +259,15 @@ class SafePointer : public BaseSafePointer {
     friend SafePointer<U> dynamicPointerCast(const SafePointer<V>& p);
 
     // Shares p's entry for a pointer of another static type (p must not be empty).
-    SafePointer(T* pointer, SafePointerEntry* entry, safe_pointer_detail::ShareTag)
-        : m_pPointer(pointer), m_pEntry(entry) {}
+    SafePointer(T* pointer, SafePointerEntry* entry, const void* address, safe_pointer_detail::ShareTag)
+        : m_pPointer(pointer), m_pEntry(entry), m_pAddress(address) {}
 
     [[noreturn]] static void report(const char* message) { safe_pointer_detail::report(typeName(), message); }
 
     void inc_reference() const {
         if (m_pEntry == nullptr) report("Already destructed 1");
         if (m_pEntry->lock() != 0) report("Already destructed 2");
-        if (m_pEntry->getPointer() != safe_pointer_detail::identity(m_pPointer)) {
+        if (m_pEntry->getPointer() != m_pAddress) {
             m_pEntry->unlock();
             safe_pointer_detail::throwPlain("not valid pointer in inc_reference ");
         }
@@ -271,7 +282,7 @@ class SafePointer : public BaseSafePointer {
         if (m_pPointer == nullptr) return;
         SafePointerEntry* entry = m_pEntry;
         entry->lock();
-        if (entry->getPointer() != safe_pointer_detail::identity(m_pPointer)) {
+        if (entry->getPointer() != m_pAddress) {
             entry->unlock();
             safe_pointer_detail::throwPlain("not valid pointer in dec_reference");
         }
@@ -292,6 +303,10 @@ class SafePointer : public BaseSafePointer {
 
     T* m_pPointer;
     SafePointerEntry* m_pEntry;
+    // The address under which the object was registered: the most derived
+    // object's, so that a holder of any base compares equal without following
+    // a pointer that may have gone stale.
+    const void* m_pAddress;
 };
 
 // Casts that share the entry of p. An empty p or a failed dynamic cast gives an empty one.
@@ -300,9 +315,10 @@ SafePointer<U> staticPointerCast(const SafePointer<V>& p) {
     if (p.isNull()) return SafePointer<U>();
     SafePointer<V> keep(p);
     U* cast = static_cast<U*>(keep.m_pPointer);
-    SafePointer<U> result(cast, keep.m_pEntry, safe_pointer_detail::ShareTag());
+    SafePointer<U> result(cast, keep.m_pEntry, keep.m_pAddress, safe_pointer_detail::ShareTag());
     keep.m_pPointer = nullptr;
     keep.m_pEntry = nullptr;
+    keep.m_pAddress = nullptr;
     return result;
 }
 
@@ -311,9 +327,10 @@ SafePointer<U> dynamicPointerCast(const SafePointer<V>& p) {
     U* cast = dynamic_cast<U*>(p.get());
     if (cast == nullptr) return SafePointer<U>();
     SafePointer<V> keep(p);
-    SafePointer<U> result(cast, keep.m_pEntry, safe_pointer_detail::ShareTag());
+    SafePointer<U> result(cast, keep.m_pEntry, keep.m_pAddress, safe_pointer_detail::ShareTag());
     keep.m_pPointer = nullptr;
     keep.m_pEntry = nullptr;
+    keep.m_pAddress = nullptr;
     return result;
 }
 
@@ -336,4 +353,19 @@ bool operator==(const SafePointer<T>& a, std::nullptr_t) noexcept {
 template <class T>
 bool operator!=(const SafePointer<T>& a, std::nullptr_t) noexcept {
     return !a.isNull();
+}
+
+// Hands an object to a new SafePointer<T>, counted under the name of T. If the
+// registry refuses it, the object is deleted and the exception passes on.
+template <class T, class U>
+SafePointer<T> adoptSafePointer(std::unique_ptr<U> owned) {
+    SafePointer<T> holder(static_cast<T*>(owned.get()));
+    owned.release();
+    return holder;
+}
+
+// Builds a T and hands it to a SafePointer<T>.
+template <class T, class... Args>
+SafePointer<T> makeSafePointer(Args&&... args) {
+    return adoptSafePointer<T>(std::make_unique<T>(std::forward<Args>(args)...));
 }
