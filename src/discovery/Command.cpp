@@ -1,0 +1,34 @@
+#include "discovery/Command.h"
+
+#include <cstdint>
+
+#include "transport/CommandBuffer.h"
+
+Command::~Command() = default;
+
+int Command::encodeHead(CommandBuffer& buffer) {
+    if (!buffer.alloc(CommandHead::kSize)) return -2;
+    return m_objHead.encode(buffer);
+}
+
+int Command::decodeHead(CommandBuffer& buffer) {
+    return m_objHead.decode(buffer);
+}
+
+int Command::encodeFrame(CommandBuffer& out, const void* body, int length) {
+    if (length < 0 || !out.alloc(CommandHead::kSize + length)) return -2;
+    setBodyLength(length);
+    CommandBuffer head;
+    int result = encodeHead(head);
+    if (result != 0) return result;
+    if (!out.append(head)) return -2;
+    if (length > 0 && !out.append(body, static_cast<unsigned>(length))) return -2;
+    return 0;
+}
+
+int Command::checkFrame(const CommandBuffer& in, int expectedId) const {
+    if (getCommandId() != expectedId) return -401;
+    int64_t bodyBytes = static_cast<int64_t>(in.getLength()) - CommandHead::kSize;
+    if (bodyBytes != getBodyLength()) return -404;
+    return 0;
+}

@@ -1,0 +1,120 @@
+#include "discovery/MulticastCommand.h"
+
+#include <cstring>
+
+#include "discovery/WireFormat.h"
+#include "transport/CommandBuffer.h"
+
+using namespace discovery_wire;
+
+namespace {
+const char* const kElement = "DeviceInfo";
+}
+
+DeviceInfoFields::DeviceInfoFields() {
+    std::memset(static_cast<void*>(this), 0, sizeof(*this));
+}
+
+DeviceInfoDocument::DeviceInfoDocument() : m_pCurrent(nullptr) {}
+
+bool DeviceInfoDocument::build() {
+    m_objDocument.Clear();
+    TiXmlElement element(kElement);
+    element.SetAttribute("DeviceID", m_szDeviceId);
+    element.SetAttribute("DeviceType", m_nDeviceType);
+    element.SetAttribute("ManufacturerName", m_szManufacturerName);
+    element.SetAttribute("ProductModel", m_szProductModel);
+    element.SetAttribute("MACAddress", m_szMACAddress);
+    element.SetAttribute("BarCode", m_szBarCode);
+    element.SetAttribute("HardwareVer", m_szHardwareVer);
+    element.SetAttribute("SoftwareVer", m_szSoftwareVer);
+    element.SetAttribute("DeviceIP", m_szDeviceIP);
+    element.SetAttribute("SubnetMask", m_szSubnetMask);
+    element.SetAttribute("Gateway", m_szGateway);
+    element.SetAttribute("PreferredDNSIP", m_szPreferredDNSIP);
+    element.SetAttribute("ControlPort", static_cast<int>(m_nControlPort));
+    element.SetAttribute("DeviceTime", m_szDeviceTime);
+    TiXmlNode* linked = m_objDocument.InsertEndChild(element);
+    if (linked == nullptr) return false;
+    m_pCurrent = linked->ToElement();
+
+    TiXmlPrinter printer;
+    printer.SetIndent("\t");
+    if (!m_objDocument.Accept(&printer)) return false;
+    m_strText = printer.Str();
+    return true;
+}
+
+bool DeviceInfoDocument::parse(const std::string& text) {
+    m_strText = text;
+    m_objDocument.Clear();
+    m_objDocument.Parse(m_strText.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+    if (m_objDocument.Error()) return false;
+    m_pCurrent = m_objDocument.FirstChildElement(kElement);
+    if (m_pCurrent == nullptr) return false;
+
+    struct TextField {
+        const char* name;
+        char* field;
+        size_t size;
+    };
+    const TextField texts[] = {
+        {"DeviceID", m_szDeviceId, sizeof(m_szDeviceId)},
+        {"ManufacturerName", m_szManufacturerName, sizeof(m_szManufacturerName)},
+        {"ProductModel", m_szProductModel, sizeof(m_szProductModel)},
+        {"MACAddress", m_szMACAddress, sizeof(m_szMACAddress)},
+        {"BarCode", m_szBarCode, sizeof(m_szBarCode)},
+        {"HardwareVer", m_szHardwareVer, sizeof(m_szHardwareVer)},
+        {"SoftwareVer", m_szSoftwareVer, sizeof(m_szSoftwareVer)},
+        {"DeviceIP", m_szDeviceIP, sizeof(m_szDeviceIP)},
+        {"SubnetMask", m_szSubnetMask, sizeof(m_szSubnetMask)},
+        {"Gateway", m_szGateway, sizeof(m_szGateway)},
+        {"PreferredDNSIP", m_szPreferredDNSIP, sizeof(m_szPreferredDNSIP)},
+        {"DeviceTime", m_szDeviceTime, sizeof(m_szDeviceTime)},
+    };
+    for (const TextField& entry : texts) {
+        const char* value = m_pCurrent->Attribute(entry.name);
+        if (value == nullptr) continue;
+        // An over-long attribute is cut to the field's width.
+        size_t length = strnlen(value, entry.size - 1);
+        std::memset(entry.field, 0, entry.size);
+        std::memcpy(entry.field, value, length);
+    }
+    if (const char* value = m_pCurrent->Attribute("DeviceType")) m_nDeviceType = toInt(value);
+    if (const char* value = m_pCurrent->Attribute("ControlPort")) {
+        m_nControlPort = static_cast<uint16_t>(toInt(value));
+    }
+    return true;
+}
+
+MulticastCommand::MulticastCommand() {
+    setCommandId(kCommandId);
+}
+
+MulticastCommand::MulticastCommand(const DeviceInfoFields& fields) : m_objFields(fields) {
+    setCommandId(kCommandId);
+}
+
+int MulticastCommand::encode(CommandBuffer& out) {
+    DeviceInfoDocument document;
+    static_cast<DeviceInfoFields&>(document) = m_objFields;
+    if (!document.build()) return -2;
+    const std::string& text = document.getText();
+    // The terminating zero is part of the body.
+    return encodeFrame(out, text.c_str(), static_cast<int>(text.size() + 1));
+}
+
+int MulticastCommand::decode(CommandBuffer& in) {
+    int result = decodeHead(in);
+    if (result != 0) return result;
+    result = checkFrame(in, kCommandId);
+    if (result != 0) return result;
+    const unsigned char* body = span(in, CommandHead::kSize, static_cast<unsigned>(getBodyLength()));
+    if (body == nullptr) return -404;
+    std::string text(reinterpret_cast<const char*>(body), static_cast<size_t>(getBodyLength()));
+
+    DeviceInfoDocument document;
+    if (!document.parse(text)) return -404;
+    m_objFields = document;
+    return 0;
+}

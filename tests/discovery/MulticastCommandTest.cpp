@@ -1,0 +1,314 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "DatagramBytes.h"
+#include "discovery/CommandHead.h"
+#include "discovery/DiscoveryEnvelope.h"
+#include "discovery/MulticastCommand.h"
+#include "transport/CommandBuffer.h"
+
+namespace {
+
+using dgram::Bytes;
+
+DeviceInfoFields sampleFields() {
+    DeviceInfoFields f;
+    std::strcpy(f.m_szDeviceId, "CAM-0001");
+    f.m_nDeviceType = 503;
+    std::strcpy(f.m_szManufacturerName, "Maker & Sons <ltd>");
+    std::strcpy(f.m_szProductModel, "IPC-\"X\"");
+    std::strcpy(f.m_szMACAddress, "00:11:22:33:44:55");
+    std::strcpy(f.m_szBarCode, "BC1234567890");
+    std::strcpy(f.m_szHardwareVer, "HW 1.0");
+    std::strcpy(f.m_szSoftwareVer, "SW 2.3.4 'build'");
+    std::strcpy(f.m_szDeviceIP, "198.51.100.7");
+    std::strcpy(f.m_szSubnetMask, "255.255.255.0");
+    std::strcpy(f.m_szGateway, "198.51.100.1");
+    std::strcpy(f.m_szPreferredDNSIP, "198.51.100.2");
+    f.m_nControlPort = 30001;
+    std::strcpy(f.m_szDeviceTime, "2024-05-06 07:08:09");
+    return f;
+}
+
+TEST(CommandHead, WireLayoutAndRoundTrip) {
+    MulticastCommand cmd;
+    EXPECT_EQ(23, cmd.getCommandId());
+    EXPECT_EQ(76, cmd.getHead().size());
+    cmd.setBodyLength(0x01020304);
+    CommandBuffer out;
+    ASSERT_EQ(0, cmd.encodeHead(out));
+    ASSERT_EQ(76u, out.getLength());
+    const unsigned char* p = out.getCursor();
+    EXPECT_EQ(Bytes({0, 0, 0, 23}), Bytes(p, p + 4));
+    EXPECT_EQ(1, p[4]);   // lead byte default
+    EXPECT_EQ(0, p[5]);   // name A zero
+    EXPECT_EQ(1, p[69]);  // trail byte default
+    EXPECT_EQ(Bytes({1, 2, 3, 4}), Bytes(p + 72, p + 76));
+
+    // Raw fields travel unchanged; the trail word is not swapped.
+    Bytes raw = dgram::command(-5, 9, {});
+    raw[4] = 7;
+    std::memcpy(&raw[5], "nameA", 5);
+    std::memcpy(&raw[37], "nameB", 5);
+    raw[69] = 8;
+    raw[70] = 0x12;
+    raw[71] = 0x34;
+    CommandBuffer in = dgram::buffer(raw);
+    CommandHead head;
+    ASSERT_EQ(0, head.decode(in));
+    EXPECT_EQ(-5, head.m_nCommandId);
+    EXPECT_EQ(9, head.m_nBodyLength);
+    EXPECT_EQ(7, head.m_nLeadByte);
+    EXPECT_EQ(8, head.m_nTrailByte);
+    EXPECT_EQ(0, std::memcmp(head.m_szNameA, "nameA", 6));
+    EXPECT_EQ(0, std::memcmp(head.m_szNameB, "nameB", 6));
+    uint16_t expectedWord;
+    std::memcpy(&expectedWord, &raw[70], 2);
+    EXPECT_EQ(expectedWord, head.m_nTrailWord);
+    CommandBuffer again;
+    again.alloc(76);
+    ASSERT_EQ(0, head.encode(again));
+    EXPECT_EQ(raw, dgram::toBytes(again));
+
+    // Short buffers are refused.
+    raw.resize(75);
+    CommandBuffer shortBuf = dgram::buffer(raw);
+    EXPECT_EQ(-402, head.decode(shortBuf));
+    CommandBuffer empty;
+    EXPECT_EQ(-402, head.decode(empty));
+}
+
+TEST(DiscoveryEnvelope, MarkerAndLengthAreJudged) {
+    Bytes payload(100, 0xAB);
+    Bytes good = dgram::envelope(payload);
+    good[15] = 0x01;
+    good[16] = 0x02;
+    good[17] = 0x0A;
+    good[18] = 0x0B;
+    DiscoveryEnvelope env;
+    CommandBuffer b = dgram::buffer(good);
+    ASSERT_EQ(0, env.decode(b));
+    EXPECT_EQ(100u, env.m_nPayloadLength);
+    EXPECT_EQ(0x0102, env.m_nShortA);
+    uint16_t rawShort;
+    std::memcpy(&rawShort, &good[17], 2);
+    EXPECT_EQ(rawShort, env.m_nShortB);
+
+    CommandBuffer bad = dgram::buffer(dgram::envelope(payload, 0xFE));
+    EXPECT_EQ(-231, env.decode(bad));
+    Bytes wrongLength = good;
+    wrongLength[23] = 101;
+    CommandBuffer wl = dgram::buffer(wrongLength);
+    EXPECT_EQ(-231, env.decode(wl));
+    Bytes huge = good;
+    huge[20] = 0xFF;  // a declared length far past the datagram
+    CommandBuffer hb = dgram::buffer(huge);
+    EXPECT_EQ(-231, env.decode(hb));
+    CommandBuffer b23 = dgram::buffer(Bytes(23, 0xFF));
+    EXPECT_EQ(-231, env.decode(b23));
+    CommandBuffer b24 = dgram::buffer(dgram::envelope({}));
+    EXPECT_EQ(0, env.decode(b24));  // an empty payload is a valid envelope
+}
+
+TEST(MulticastCommand, EncodeFixesTheDocumentBytes) {
+    MulticastCommand cmd(sampleFields());
+    CommandBuffer out;
+    ASSERT_EQ(0, cmd.encode(out));
+    // TinyXML quotes a value that holds a double quote with single quotes.
+    const std::string expected =
+        "<DeviceInfo DeviceID=\"CAM-0001\" DeviceType=\"503\" ManufacturerName=\"Maker &amp; Sons "
+        "&lt;ltd&gt;\" "
+        "ProductModel='IPC-&quot;X&quot;' MACAddress=\"00:11:22:33:44:55\" BarCode=\"BC1234567890\" "
+        "HardwareVer=\"HW 1.0\" SoftwareVer=\"SW 2.3.4 &apos;build&apos;\" DeviceIP=\"198.51.100.7\" "
+        "SubnetMask=\"255.255.255.0\" Gateway=\"198.51.100.1\" PreferredDNSIP=\"198.51.100.2\" "
+        "ControlPort=\"30001\" DeviceTime=\"2024-05-06 07:08:09\" />\n";
+    ASSERT_EQ(76 + expected.size() + 1, out.getLength());
+    EXPECT_EQ(out.getLength(), out.getCapacity());
+    EXPECT_EQ(int(expected.size() + 1), cmd.getBodyLength());
+    const unsigned char* p = out.getCursor();
+    EXPECT_EQ(Bytes({0, 0, 0, 23}), Bytes(p, p + 4));
+    uint32_t declared = (uint32_t(p[72]) << 24) | (uint32_t(p[73]) << 16) | (uint32_t(p[74]) << 8) | p[75];
+    EXPECT_EQ(expected.size() + 1, declared);
+    EXPECT_EQ(expected, std::string(reinterpret_cast<const char*>(p + 76), expected.size()));
+    EXPECT_EQ(0, p[76 + expected.size()]);
+
+    // Empty fields are still written.
+    MulticastCommand blank;
+    CommandBuffer blankOut;
+    ASSERT_EQ(0, blank.encode(blankOut));
+    std::string body(reinterpret_cast<const char*>(blankOut.getCursor() + 76));
+    EXPECT_EQ(
+        "<DeviceInfo DeviceID=\"\" DeviceType=\"0\" ManufacturerName=\"\" ProductModel=\"\" MACAddress=\"\" "
+        "BarCode=\"\" HardwareVer=\"\" SoftwareVer=\"\" DeviceIP=\"\" SubnetMask=\"\" Gateway=\"\" "
+        "PreferredDNSIP=\"\" ControlPort=\"0\" DeviceTime=\"\" />\n",
+        body);
+}
+
+TEST(MulticastCommand, DecodeGivesBackEveryField) {
+    DeviceInfoFields f = sampleFields();
+    MulticastCommand sender(f);
+    CommandBuffer wire;
+    ASSERT_EQ(0, sender.encode(wire));
+    MulticastCommand got;
+    ASSERT_EQ(0, got.decode(wire));
+    EXPECT_EQ(0, std::memcmp(&f, &got.getFields(), sizeof(f)));
+    EXPECT_STREQ("CAM-0001", got.getDeviceId());
+    EXPECT_EQ(503, got.getDeviceType());
+    EXPECT_STREQ("Maker & Sons <ltd>", got.getManufacturerName());
+    EXPECT_STREQ("IPC-\"X\"", got.getProductModel());
+    EXPECT_STREQ("SW 2.3.4 'build'", got.getSoftwareVer());
+    EXPECT_EQ(30001, got.getControlPort());
+    EXPECT_STREQ("2024-05-06 07:08:09", got.getDeviceTime());
+
+    // Fields filled to their full width survive.
+    DeviceInfoFields full;
+    std::memset(full.m_szDeviceId, 'i', 32);
+    std::memset(full.m_szDeviceTime, 't', 64);
+    std::memset(full.m_szBarCode, 'b', 16);
+    MulticastCommand fullSender(full);
+    CommandBuffer fullWire;
+    ASSERT_EQ(0, fullSender.encode(fullWire));
+    MulticastCommand fullGot;
+    ASSERT_EQ(0, fullGot.decode(fullWire));
+    EXPECT_EQ(std::string(32, 'i'), fullGot.getDeviceId());
+    EXPECT_EQ(std::string(64, 't'), fullGot.getDeviceTime());
+    EXPECT_EQ(std::string(16, 'b'), fullGot.getBarCode());
+}
+
+CommandBuffer body23(const std::string& xml, bool withZero = true, int lengthDelta = 0) {
+    Bytes body = dgram::text(xml, withZero);
+    return dgram::buffer(dgram::command(23, int32_t(body.size()) + lengthDelta, body));
+}
+
+TEST(MulticastCommand, DecodeIsLenientAboutAttributes) {
+    MulticastCommand none;
+    CommandBuffer b = body23("<DeviceInfo />");
+    ASSERT_EQ(0, none.decode(b));
+    EXPECT_STREQ("", none.getDeviceId());
+    EXPECT_EQ(0, none.getControlPort());
+    EXPECT_EQ(0, none.getDeviceType());
+
+    // Without the trailing zero the body decodes the same.
+    MulticastCommand noZero;
+    CommandBuffer nz = body23("<DeviceInfo DeviceID=\"a\" ControlPort=\"81\"/>", false);
+    ASSERT_EQ(0, noZero.decode(nz));
+    EXPECT_STREQ("a", noZero.getDeviceId());
+    EXPECT_EQ(81, noZero.getControlPort());
+
+    // Unconvertible numbers give 0; ports take the low 16 bits; huge numbers do not overflow.
+    MulticastCommand numbers;
+    CommandBuffer nb = body23("<DeviceInfo DeviceType=\"abc\" ControlPort=\"70000\"/>");
+    ASSERT_EQ(0, numbers.decode(nb));
+    EXPECT_EQ(0, numbers.getDeviceType());
+    EXPECT_EQ(4464, numbers.getControlPort());
+    CommandBuffer hb = body23("<DeviceInfo DeviceType=\"99999999999999999999\"/>");
+    ASSERT_EQ(0, numbers.decode(hb));
+
+    // Over-long attributes are cut to the field's width, never overrun.
+    MulticastCommand cut;
+    const std::string longText(500, 'L');
+    CommandBuffer cb = body23("<DeviceInfo DeviceID=\"" + longText + "\" MACAddress=\"" + longText +
+                              "\" DeviceTime=\"" + longText + "\" Gateway=\"" + longText + "\"/>");
+    ASSERT_EQ(0, cut.decode(cb));
+    EXPECT_EQ(std::string(32, 'L'), cut.getDeviceId());
+    EXPECT_EQ(std::string(20, 'L'), cut.getMACAddress());
+    EXPECT_EQ(std::string(64, 'L'), cut.getDeviceTime());
+    EXPECT_EQ(std::string(48, 'L'), cut.getGateway());
+    EXPECT_STREQ("", cut.getSoftwareVer());
+
+    // Content behind a zero byte inside the body is not read.
+    MulticastCommand zero;
+    Bytes body = dgram::text("<DeviceInfo DeviceID=\"z\"/>");
+    Bytes tail = dgram::text("garbage<<<");
+    body.insert(body.end(), tail.begin(), tail.end());
+    CommandBuffer zb = dgram::buffer(dgram::command(23, int32_t(body.size()), body));
+    ASSERT_EQ(0, zero.decode(zb));
+    EXPECT_STREQ("z", zero.getDeviceId());
+
+    // A declaration in front and other top-level elements beside it are fine.
+    MulticastCommand decl;
+    CommandBuffer db = body23("<?xml version=\"1.0\"?><DeviceInfo DeviceID=\"d\"/>");
+    ASSERT_EQ(0, decl.decode(db));
+    EXPECT_STREQ("d", decl.getDeviceId());
+}
+
+TEST(MulticastCommand, MalformedBodiesAreRefused) {
+    MulticastCommand cmd;
+    // Wrong identifier.
+    Bytes xml = dgram::text("<DeviceInfo/>");
+    CommandBuffer id21 = dgram::buffer(dgram::command(21, int32_t(xml.size()), xml));
+    EXPECT_EQ(-401, cmd.decode(id21));
+    // Body length one too high, one too low, negative, huge.
+    CommandBuffer high = body23("<DeviceInfo/>", true, 1);
+    EXPECT_EQ(-404, cmd.decode(high));
+    CommandBuffer low = body23("<DeviceInfo/>", true, -1);
+    EXPECT_EQ(-404, cmd.decode(low));
+    CommandBuffer negative = dgram::buffer(dgram::command(23, -1, xml));
+    EXPECT_EQ(-404, cmd.decode(negative));
+    CommandBuffer huge = dgram::buffer(dgram::command(23, 0x7fffffff, xml));
+    EXPECT_EQ(-404, cmd.decode(huge));
+    // No body at all: the body offset lies outside the block.
+    CommandBuffer headOnly = dgram::buffer(dgram::command(23, 0, {}));
+    EXPECT_EQ(-404, cmd.decode(headOnly));
+    // Shorter than a head.
+    CommandBuffer tiny = dgram::buffer(Bytes(40, 0));
+    EXPECT_EQ(-402, cmd.decode(tiny));
+    // Another top-level element, text that is no XML, an unclosed element, binary junk.
+    for (const std::string& s :
+         {std::string("<Device DeviceID=\"x\"/>"), std::string("not xml at all"),
+          std::string("<DeviceInfo DeviceID=\"x\">"), std::string("<DeviceInfo DeviceID=\"x/>"),
+          std::string("\x01\x02\xff\xfe<<>>"), std::string("")}) {
+        CommandBuffer b = body23(s);
+        EXPECT_EQ(-404, cmd.decode(b)) << s;
+    }
+    // A failed decode leaves the fields as they were.
+    EXPECT_STREQ("", cmd.getDeviceId());
+}
+
+TEST(MulticastCommand, DeepAndHugeDocumentsDoNotHurt) {
+    MulticastCommand cmd;
+    // As deep as a 5600-byte datagram allows.
+    std::string deep = "<DeviceInfo>";
+    while (deep.size() + 8 < 5600 - 100) deep += "<a>";
+    CommandBuffer deepBuf = body23(deep);
+    EXPECT_EQ(-404, cmd.decode(deepBuf));
+    std::string closed = "<DeviceInfo DeviceID=\"deep\">";
+    std::string inner;
+    for (int i = 0; i < 700; ++i) inner += "<a>";
+    for (int i = 0; i < 700; ++i) inner += "</a>";
+    closed += inner + "</DeviceInfo>";
+    CommandBuffer closedBuf = body23(closed);
+    EXPECT_EQ(0, cmd.decode(closedBuf));
+    EXPECT_STREQ("deep", cmd.getDeviceId());
+
+    // A large body in a large buffer.
+    std::string big = "<DeviceInfo DeviceID=\"big\" Extra=\"" + std::string(1 << 20, 'x') + "\"/>";
+    CommandBuffer bigBuf = body23(big);
+    EXPECT_EQ(0, cmd.decode(bigBuf));
+    EXPECT_STREQ("big", cmd.getDeviceId());
+}
+
+TEST(MulticastCommand, DecodeAfterTheEnvelopeIsConsumed) {
+    MulticastCommand sender(sampleFields());
+    CommandBuffer wire;
+    ASSERT_EQ(0, sender.encode(wire));
+    Bytes datagram = dgram::envelope(dgram::toBytes(wire));
+    CommandBuffer in = dgram::buffer(datagram, 5600);
+    in.setLength(unsigned(datagram.size()));
+    ASSERT_TRUE(in.consume(24));
+    MulticastCommand got;
+    ASSERT_EQ(0, got.decode(in));
+    EXPECT_STREQ("CAM-0001", got.getDeviceId());
+
+    // A head declaring more than the block holds behind a consumed cursor is refused.
+    Bytes body = dgram::text("<DeviceInfo/>");
+    Bytes cmdBytes = dgram::command(23, int32_t(body.size()), body);
+    Bytes dg = dgram::envelope(cmdBytes);
+    CommandBuffer exact = dgram::buffer(dg);
+    ASSERT_TRUE(exact.consume(24));
+    EXPECT_EQ(0, got.decode(exact));
+}
+
+}  // namespace
