@@ -1,0 +1,120 @@
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <string>
+
+#include "transport/ISocket.h"
+
+// The one implementation of ISocket, over POSIX sockets.
+//
+// A stream socket that fails with a reported error latches that error: every
+// latched operation then fails at once, without a system call, until open()
+// clears it. Datagram sockets never latch.
+//
+// Datagram sockets keep the adapter contract of the discovery engines; see
+// joinMulticast() in Socket.cpp.
+class Socket : public ISocket {
+  public:
+    // ipVersion 2 is IPv6, every other value IPv4; type 1 is a stream, 2 a
+    // datagram socket. No system socket is created yet.
+    Socket(int ipVersion, int type);
+    ~Socket() override;
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+
+    bool open() override;
+    bool close() override;
+    SocketHandle getHandle() override { return m_hSocket; }
+    void setHandle(SocketHandle s) override { m_hSocket = s; }
+    InetAddr* getAddr() override { return &m_objAddr; }
+    bool bind(const char* host, unsigned short port) override;
+    bool bind(const char* host) override;
+    bool bind(const InetAddr& addr) override;
+    int sendToChunked(const void* buf, unsigned len, const char* host, unsigned short port,
+                      unsigned chunk) override;
+    int sendTo(const void* buf, unsigned len, const char* host, unsigned short port) override;
+    int sendToChunked(const void* buf, unsigned len, InetAddr to, unsigned chunk) override;
+    int sendTo(const void* buf, unsigned len, InetAddr to) override;
+    int sendDatagram(const void* buf, unsigned len, InetAddr to) override;
+    int waitReadable(int timeoutMs) override;
+    int waitWritable(int timeoutMs) override;
+    int recvFromTimed(void* buf, unsigned len, InetAddr* from, int timeoutMs) override;
+    int recvFrom(void* buf, unsigned len, InetAddr* from) override;
+    int recvFrom(void* buf, unsigned len, char* host, unsigned short* port) override;
+    bool connectTimed(const char* host, unsigned short port, int timeoutMs) override;
+    bool connect(const char* host, unsigned short port) override;
+    bool connectTimed(const InetAddr& addr, int timeoutMs) override;
+    bool connect(const InetAddr& addr) override;
+    bool listen(int backlog) override;
+    int acceptInto(ISocket* out, int timeoutMs) override;
+    int accept(ISocket** out, int timeoutMs) override;
+    int sendTimed(const void* buf, unsigned len, int timeoutMs) override;
+    int send(const void* buf, unsigned len) override;
+    int sendBlock(const void* buf, unsigned len, bool retry) override;
+    int recvRaw(void* buf, unsigned len) override;
+    int recvTimed(void* buf, unsigned len, int timeoutMs, bool skipWait) override;
+    bool getLocalAddr(InetAddr& out) override;
+    int sendAll(const void* buf, unsigned len) override;
+    int recvAll(void* buf, unsigned len) override;
+    // Asks for `bytes` of receive buffer beyond the system's limit where the
+    // process may (SO_RCVBUFFORCE), else within it (SO_RCVBUF).
+    bool setRecvBufferSize(int bytes) override;
+    // The kernel's figure, which counts its bookkeeping (about twice the request).
+    bool getRecvBufferSize(int* out) override;
+    bool setSendBufferSize(int bytes) override;
+    bool getSendBufferSize(int* out) override;
+    bool reservedSocketA(int) override { return false; }
+    bool reservedSocketB(int) override { return false; }
+    bool setReuseAddr(bool on) override;
+    bool setBroadcast(bool on) override;
+    bool joinMulticast(const InetAddr& group) override;
+    bool bindAndJoin(const InetAddr& group) override;
+    bool setNonBlocking(bool on) override;
+    bool setNoDelay() override;
+    // True when SO_ERROR could be read and holds no error; otherwise false,
+    // with the pending error (now cleared) left in errno.
+    bool getPendingError() override;
+    int getIPVersion() override { return m_nIPVersion; }
+    void reservedSocketC() override {}
+    void reservedSocketD() override {}
+    bool reservedSocketE() override { return true; }
+    bool reservedSocketF(int) override { return true; }
+
+    // The latched error of a stream socket, 0 when there is none.
+    int getLastError() const { return m_nLastError; }
+    // The send buffer size read back on a stream socket; -1 on datagram sockets.
+    int getCachedSendBufferSize() const { return m_nSendBufferSize; }
+    // True once joinMulticast() has tied this datagram socket to one adapter.
+    bool isAdapterBound() const { return m_bAdapterBound; }
+
+  private:
+    void reportError(const char* name);
+    bool latched() const { return m_nLastError != 0; }
+    bool isDatagram() const { return m_nType == 2; }
+    int waitFor(short events, int timeoutMs);
+    // recvFrom without the latch check. Returns kDropped for a datagram that
+    // the adapter filter discards.
+    int receiveOne(void* buf, unsigned len, char* host, unsigned short* port);
+    int sendOne(const void* buf, unsigned len, const sockaddr* to, socklen_t toLen);
+    bool adoptAdapterSocket(const sockaddr_storage& local);
+    bool setIntOption(int level, int name, int value, bool report);
+
+    static constexpr int kDropped = -100;
+
+    SocketHandle m_hSocket = kInvalidSocket;
+    InetAddr m_objAddr;
+    int m_nIPVersion;
+    int m_nFamily;
+    int m_nType;
+    int m_nLastError = 0;
+    int m_nSendBufferSize = -1;
+    int m_nSendTimeout = 0;
+
+    // Adapter binding of a datagram socket (see joinMulticast()).
+    bool m_bAdapterBound = false;
+    unsigned m_nAdapterIndex = 0;
+    sockaddr_storage m_adapterAddr{};  // the unicast address the caller bound to
+    in_addr m_adapterBroadcast{};      // IPv4 directed broadcast of the adapter, if any
+};
