@@ -96,7 +96,9 @@ TEST(SafePointerRegistryTest, GrowsByOneBlockWhenFull) {
 
 TEST(SafePointerRegistryTest, AllocationSearchesTheWordOfTheLastFreedEntry) {
     std::vector<SafePointer<SpPlain>> held;
-    for (int i = 0; i < 400; ++i) held.emplace_back(new SpPlain);
+    // Fill the table and half a block more, so that every free entry is ours.
+    const unsigned room = registry().getCapacity() - registry().getUsedCount();
+    for (unsigned i = 0; i < room + 64; ++i) held.emplace_back(new SpPlain);
     auto holderOf = [&](unsigned index) -> SafePointer<SpPlain>* {
         for (auto& p : held)
             if (p.getEntry()->getIndex() == index) return &p;

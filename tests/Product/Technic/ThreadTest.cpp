@@ -40,8 +40,8 @@ class CountingThread : public OLThread {
 
   protected:
     int run() override {
-        notifyStarted();
         m_bBegun = true;
+        notifyStarted();
         ++m_nRuns;
         while (m_bHold && !m_bQuit) std::this_thread::sleep_for(std::chrono::milliseconds(5));
         return m_nResult;
@@ -120,6 +120,20 @@ TEST(OLThreadTest, StartStopAndRestart) {
     thread.m_bHold = false;
     ASSERT_EQ(thread.start(), 0);
     EXPECT_TRUE(eventually([&] { return thread.m_nRuns == 2 && !thread.isRunning(); }));
+    EXPECT_EQ(thread.waitForExit(), -4);
+}
+
+TEST(OLThreadTest, WaitForExitJoinsARunningThread) {
+    CountingThread thread(0);
+    thread.m_bHold = true;
+    ASSERT_EQ(thread.start(), 0);
+    std::thread releaser([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        thread.m_bQuit = true;
+    });
+    EXPECT_EQ(thread.waitForExit(), 0);
+    EXPECT_FALSE(thread.isRunning());
+    releaser.join();
     EXPECT_EQ(thread.waitForExit(), -4);
 }
 
