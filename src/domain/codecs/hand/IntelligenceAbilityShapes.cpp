@@ -92,7 +92,10 @@ void readUnit(NodePtr& child, Shape& value) {
 
 template <class V>
 void parseRange(NodePtr& node, const char* tag, AbilityShapeKind kind, AbilityRangeOf<V>& value) {
-    if (node.isNull()) return;
+    if (node.isNull()) {
+        value = AbilityRangeOf<V>();
+        return;
+    }
     NodePtr child;
     if (!findShapeChild(node, tag, child)) {
         value.setEnable(false);
@@ -152,7 +155,10 @@ bool buildAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, const 
 
 void parseAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, AbilityShapeKind,
                        AbilityRegion& value) {
-    if (node.isNull()) return;
+    if (node.isNull()) {
+        value = AbilityRegion();
+        return;
+    }
     NodePtr child;
     if (!node->getConfigNode(tag, child)) {
         std::printf("IntelligenceAnalyseAbilityXml::getRegionParam get Region Node In %s Node Failed! \n",
@@ -189,7 +195,10 @@ void parseAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, Abilit
 
 void parseAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, AbilityShapeKind kind,
                        AbilityFlag& value) {
-    if (node.isNull()) return;
+    if (node.isNull()) {
+        value = AbilityFlag();
+        return;
+    }
     NodePtr child;
     if (!findShapeChild(node, tag, child)) {
         value.setEnable(false);

@@ -125,7 +125,9 @@ bool buildAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, const 
 // Parse: reads the child element `tag` of `node` into `value`, writing the
 // shared readers' lines for what is missing. `kind` says which parts are read
 // (Flag against UnitFlag, Range against PlainRange); a kind that does not fit
-// the value's type is read as the nearest shape of that type.
+// the value's type is read as the nearest shape of that type. A null `node`
+// (the element that holds the shape is itself absent) resets the value
+// without a line.
 void parseAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, AbilityShapeKind kind,
                        AbilityRegion& value);
 void parseAbilityShape(SafePointer<DomainXmlNode>& node, const char* tag, AbilityShapeKind kind,
