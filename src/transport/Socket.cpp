@@ -6,7 +6,11 @@
 #include <net/if.h>
 #include <netdb.h>
 #include <netinet/tcp.h>
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -17,6 +21,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <thread>
 
 #include "Product/Technic/OLTrace.h"
 
@@ -63,6 +68,34 @@ bool isUnicast6(const in6_addr& a) {
     return !IN6_IS_ADDR_UNSPECIFIED(&a) && !IN6_IS_ADDR_MULTICAST(&a);
 }
 
+// The numeric host text and port of a socket address, as getnameinfo gives
+// them with NI_NUMERICHOST | NI_NUMERICSERV, except that an IPv6 scope is
+// written as a number: an interface name would depend on the network
+// namespace of the calling thread. 0, or an EAI_ code.
+int numericName(const sockaddr_storage& a, char* host, size_t hostLen, unsigned short* port) {
+    char text[INET6_ADDRSTRLEN + 16] = {};
+    if (a.ss_family == AF_INET) {
+        const auto& v4 = reinterpret_cast<const sockaddr_in&>(a);
+        inet_ntop(AF_INET, &v4.sin_addr, text, sizeof(text));
+        *port = ntohs(v4.sin_port);
+    } else if (a.ss_family == AF_INET6) {
+        const auto& v6 = reinterpret_cast<const sockaddr_in6&>(a);
+        inet_ntop(AF_INET6, &v6.sin6_addr, text, INET6_ADDRSTRLEN);
+        if (v6.sin6_scope_id != 0) {
+            const size_t used = std::strlen(text);
+            std::snprintf(text + used, sizeof(text) - used, "%%%u", static_cast<unsigned>(v6.sin6_scope_id));
+        }
+        *port = ntohs(v6.sin6_port);
+    } else {
+        return EAI_FAMILY;
+    }
+    if (std::strlen(text) + 1 > hostLen) {
+        return EAI_OVERFLOW;
+    }
+    std::memcpy(host, text, std::strlen(text) + 1);
+    return 0;
+}
+
 }  // namespace
 
 Socket::Socket(int ipVersion, int type)
@@ -105,6 +138,7 @@ bool Socket::open() {
         m_hSocket = kInvalidSocket;
     }
     m_bAdapterBound = false;
+    m_bMulticastIfChosen = false;
     int sysType = m_nType == 1 ? SOCK_STREAM : (m_nType == 2 ? SOCK_DGRAM : -1);
     m_hSocket = sysType < 0 ? -1 : ::socket(m_nFamily, sysType | SOCK_CLOEXEC, 0);
     if (sysType < 0) {
@@ -145,6 +179,7 @@ bool Socket::close() {
         m_hSocket = kInvalidSocket;
     }
     m_bAdapterBound = false;
+    m_bMulticastIfChosen = false;
     return true;
 }
 
@@ -222,6 +257,10 @@ bool Socket::bind(const InetAddr& addr) {
 
 int Socket::sendOne(const void* buf, unsigned len, const sockaddr* to, socklen_t toLen) {
     if (!m_bAdapterBound) {
+        if (!m_bMulticastIfChosen && to->sa_family == AF_INET6 &&
+            IN6_IS_ADDR_MULTICAST(&reinterpret_cast<const sockaddr_in6*>(to)->sin6_addr)) {
+            chooseMulticastInterface();
+        }
         return static_cast<int>(::sendto(m_hSocket, buf, len, MSG_NOSIGNAL, to, toLen));
     }
     // An adapter-bound socket sends from the address it was bound to.
@@ -465,14 +504,16 @@ int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port
             }
         }
     }
+    if (source.ss_family == AF_UNSPEC) {
+        // A connected stream names no source; its peer is the source.
+        socklen_t n = sizeof(source);
+        getpeername(m_hSocket, reinterpret_cast<sockaddr*>(&source), &n);
+    }
     char hostText[49];
-    char service[20];
-    const int rc = getnameinfo(reinterpret_cast<sockaddr*>(&source), msg.msg_namelen, hostText,
-                               sizeof(hostText), service, sizeof(service), NI_NUMERICHOST | NI_NUMERICSERV);
+    unsigned short sourcePort = 0;
+    const int rc = numericName(source, hostText, sizeof(hostText), &sourcePort);
     if (rc != 0) {
-        if (rc != EAI_SYSTEM) {
-            errno = EINVAL;
-        }
+        errno = EINVAL;
         reportError("getnameinfo");
         return -1;
     }
@@ -480,7 +521,7 @@ int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port
         std::memcpy(host, hostText, std::strlen(hostText) + 1);
     }
     if (port != nullptr) {
-        *port = static_cast<unsigned short>(std::atoi(service));
+        *port = sourcePort;
     }
     return static_cast<int>(got);
 }
@@ -571,14 +612,11 @@ int Socket::acceptInto(ISocket* out, int timeoutMs) {
         return -1;
     }
     char host[128];
-    char service[32];
-    const int rc = getnameinfo(reinterpret_cast<sockaddr*>(&peer), n, host, sizeof(host), service,
-                               sizeof(service), NI_NUMERICHOST | NI_NUMERICSERV);
+    unsigned short peerPort = 0;
+    const int rc = numericName(peer, host, sizeof(host), &peerPort);
     if (rc != 0 || out == nullptr) {
-        if (rc != 0 && rc != EAI_SYSTEM) {
-            errno = EINVAL;
-        }
         if (rc != 0) {
+            errno = EINVAL;
             reportError("getnameinfo");
         }
         ::close(fd);
@@ -586,7 +624,7 @@ int Socket::acceptInto(ISocket* out, int timeoutMs) {
     }
     InetAddr* addr = out->getAddr();
     addr->setIP(host);
-    addr->setPORT(static_cast<unsigned short>(std::atoi(service)));
+    addr->setPORT(peerPort);
     addr->setIPProtoVer(m_nIPVersion);
     out->setHandle(fd);
     return 0;
@@ -731,19 +769,15 @@ bool Socket::getLocalAddr(InetAddr& out) {
         out.setIP(inet_ntoa(a.sin_addr));
         out.setPORT(ntohs(a.sin_port));
     } else {
-        char host[NI_MAXHOST];
-        char service[NI_MAXSERV];
-        const int rc = getnameinfo(reinterpret_cast<sockaddr*>(&local), n, host, sizeof(host), service,
-                                   sizeof(service), NI_NUMERICHOST | NI_NUMERICSERV);
-        if (rc != 0) {
-            if (rc != EAI_SYSTEM) {
-                errno = EINVAL;
-            }
+        char host[INET6_ADDRSTRLEN + 16];
+        unsigned short localPort = 0;
+        if (numericName(local, host, sizeof(host), &localPort) != 0) {
+            errno = EINVAL;
             reportError("getnameinfo");
             return false;
         }
         out.setIP(host);
-        out.setPORT(static_cast<unsigned short>(std::atoi(service)));
+        out.setPORT(localPort);
     }
     out.setIPProtoVer(m_nIPVersion);
     return true;
@@ -934,6 +968,33 @@ bool findAdapter(const sockaddr_storage& local, AdapterInfo& out) {
     return false;
 }
 
+// findAdapter for the interfaces of the socket's own network namespace, which
+// need not be the calling thread's (a socket keeps the namespace it was made
+// in): the look-up then runs on a short-lived thread inside that namespace.
+bool findAdapterOf(int fd, const sockaddr_storage& local, AdapterInfo& out) {
+    const int nsFd = ioctl(fd, SIOCGSKNS);
+    if (nsFd < 0) {
+        return findAdapter(local, out);
+    }
+    struct stat socketNs {};
+    struct stat threadNs {};
+    const bool same = fstat(nsFd, &socketNs) == 0 && stat("/proc/thread-self/ns/net", &threadNs) == 0 &&
+                      socketNs.st_ino == threadNs.st_ino && socketNs.st_dev == threadNs.st_dev;
+    bool found = false;
+    if (same) {
+        found = findAdapter(local, out);
+    } else {
+        std::thread lookUp([&] {
+            if (setns(nsFd, CLONE_NEWNET) == 0) {
+                found = findAdapter(local, out);
+            }
+        });
+        lookUp.join();
+    }
+    ::close(nsFd);
+    return found;
+}
+
 int readIntOption(int fd, int level, int name, int fallback) {
     int value = 0;
     socklen_t n = sizeof(value);
@@ -950,9 +1011,26 @@ void copyIntOption(int from, int to, int level, int name) {
 
 }  // namespace
 
+// An IPv6 socket bound to an adapter's address sends its multicast through
+// that adapter (IPv4 does so by itself).
+void Socket::chooseMulticastInterface() {
+    m_bMulticastIfChosen = true;
+    sockaddr_storage local{};
+    socklen_t n = sizeof(local);
+    if (getsockname(m_hSocket, reinterpret_cast<sockaddr*>(&local), &n) != 0 || local.ss_family != AF_INET6 ||
+        !isUnicast6(reinterpret_cast<sockaddr_in6&>(local).sin6_addr)) {
+        return;
+    }
+    AdapterInfo adapter;
+    if (findAdapterOf(m_hSocket, local, adapter)) {
+        const int index = static_cast<int>(adapter.index);
+        setsockopt(m_hSocket, IPPROTO_IPV6, IPV6_MULTICAST_IF, &index, sizeof(index));
+    }
+}
+
 bool Socket::adoptAdapterSocket(const sockaddr_storage& local) {
     AdapterInfo adapter;
-    if (!findAdapter(local, adapter)) {
+    if (!findAdapterOf(m_hSocket, local, adapter)) {
         return false;
     }
     const bool v4 = local.ss_family == AF_INET;

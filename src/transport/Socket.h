@@ -99,6 +99,7 @@ class Socket : public ISocket {
     int receiveOne(void* buf, unsigned len, char* host, unsigned short* port);
     int sendOne(const void* buf, unsigned len, const sockaddr* to, socklen_t toLen);
     bool adoptAdapterSocket(const sockaddr_storage& local);
+    void chooseMulticastInterface();
     bool setIntOption(int level, int name, int value, bool report);
 
     static constexpr int kDropped = -100;
@@ -114,6 +115,7 @@ class Socket : public ISocket {
 
     // Adapter binding of a datagram socket (see joinMulticast()).
     bool m_bAdapterBound = false;
+    bool m_bMulticastIfChosen = false;
     unsigned m_nAdapterIndex = 0;
     sockaddr_storage m_adapterAddr{};  // the unicast address the caller bound to
     in_addr m_adapterBroadcast{};      // IPv4 directed broadcast of the adapter, if any
