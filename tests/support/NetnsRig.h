@@ -21,7 +21,15 @@
 // are removed when a rig is built.
 //
 // Code runs inside a namespace on a thread that entered it with setns():
-// sockets created on that thread belong to that namespace.
+// sockets created on that thread belong to that namespace, and keep it when
+// used from any other thread afterwards; threads started from it (an engine's
+// worker) start in it too. Typical use:
+//
+//   std::unique_ptr<testsupport::NetnsRig> rig;
+//   DS_NETNS_RIG_OR_SKIP(rig);
+//   rig->client().run([&] { engine.start(); });          // adapters ethA, ethB
+//   rig->lanA().run([&] { /* a device answering on LAN A */ });
+//   rig->lanB().ip("route add 198.51.100.0/24 via 203.0.113.1");
 
 #include <exception>
 #include <functional>
