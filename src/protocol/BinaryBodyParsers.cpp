@@ -9,8 +9,8 @@
 #include "domain/records/EtFileDataPack.h"
 #include "protocol/ByteAccess.h"
 #include "protocol/MakeSafe.h"
-#include "records/EtPTZOperation.h"
-#include "records/EtResult.h"
+#include "domain/records/EtPTZOperation.h"
+#include "domain/records/EtResult.h"
 
 using protocol_bytes::appendBytes;
 using protocol_bytes::appendU32;

@@ -17,6 +17,70 @@ const char* const kRootName = "Parameters";
 const char* const kVersionAttribute = "Version";
 const int kResultId = 801;
 
+// Steps `i` behind the first occurrence of `end` at or after `from`; false when
+// the text ends first.
+bool skipPast(const std::string& text, size_t from, const char* end, size_t& i) {
+    const size_t at = text.find(end, from);
+    if (at == std::string::npos) {
+        return false;
+    }
+    i = at + std::strlen(end);
+    return true;
+}
+
+// True when no element of the text lies deeper than `maxDepth` levels and the
+// text has at most `maxElements` elements. Tags are counted as they stand;
+// comments, declarations and CDATA are stepped over. A malformed text may be
+// over-counted, which only refuses it earlier.
+bool shapeWithin(const std::string& text, unsigned maxDepth, unsigned maxElements) {
+    unsigned depth = 0;
+    unsigned elements = 0;
+    size_t i = 0;
+    const size_t n = text.size();
+    while (i < n) {
+        if (text[i] != '<') {
+            ++i;
+            continue;
+        }
+        if (text.compare(i, 4, "<!--") == 0) {
+            if (!skipPast(text, i + 4, "-->", i)) return true;
+            continue;
+        }
+        if (text.compare(i, 9, "<![CDATA[") == 0) {
+            if (!skipPast(text, i + 9, "]]>", i)) return true;
+            continue;
+        }
+        const char next = i + 1 < n ? text[i + 1] : '\0';
+        if (next == '?' || next == '!' || next == '/') {
+            if (next == '/' && depth > 0) --depth;
+            if (!skipPast(text, i + 1, ">", i)) return true;
+            continue;
+        }
+        // An opening tag: find its end outside quoted values.
+        char quote = 0;
+        size_t j = i + 1;
+        for (; j < n; ++j) {
+            const char c = text[j];
+            if (quote != 0) {
+                if (c == quote) quote = 0;
+            } else if (c == '"' || c == '\'') {
+                quote = c;
+            } else if (c == '>') {
+                break;
+            }
+        }
+        if (j >= n) return true;
+        if (++elements > maxElements) {
+            return false;
+        }
+        if (text[j - 1] != '/' && ++depth > maxDepth) {
+            return false;
+        }
+        i = j + 1;
+    }
+    return true;
+}
+
 }  // namespace
 
 const char SDKNormalXmlBodyParser::kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n";
@@ -100,6 +164,9 @@ bool SDKNormalXmlBodyParser::parseCommandBody(const CommandBuffer& in, DomainLis
     }
     const std::string text(bytes, strnlen(bytes, length));
 
+    if (!shapeWithin(text, kMaxNestingDepth, kMaxElements)) {
+        return false;
+    }
     SafePointer<DomainXmlNode> root;
     if (!DomainXmlNode::fromString(text, root)) {
         return false;

@@ -14,6 +14,14 @@ class SDKNormalXmlBodyParser : public ICommandBodyParser {
     // The 40 bytes that precede the element tree.
     static const char kDeclaration[];
     static constexpr unsigned kDeclarationLength = 40;
+    // Bounds of a body that is read. The XML library reads, copies and prints
+    // element trees recursively, so a document nested thousands of levels deep
+    // would exhaust the stack; and every element read becomes a node and
+    // often a record in the process-wide pointer registry, whose size is
+    // limited. A body beyond either bound fails. A datagram of the transport
+    // (5600 bytes) cannot reach them.
+    static constexpr unsigned kMaxNestingDepth = 256;
+    static constexpr unsigned kMaxElements = 4096;
 
     struct NodeNameEntry {
         int nDomainId;         // a domain identifier, or 99999 for a container

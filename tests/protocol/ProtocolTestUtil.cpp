@@ -1,5 +1,7 @@
 #include "protocol/ProtocolTestUtil.h"
 
+#include <algorithm>
+
 #include "protocol/SDKCommandHeadParser.h"
 
 namespace protocol_test {
@@ -9,10 +11,9 @@ Bytes datagram(unsigned commandId, const Bytes& body, uint32_t declaredLength) {
     head.nVersion = 1;
     head.nCommandID = commandId;
     head.nPayloadLength = declaredLength;
-    unsigned char bytes[SDKCommandHeadParser::kHeadLength];
-    SDKCommandHeadParser::encodeHead(head, bytes);
-    Bytes out(bytes, bytes + sizeof(bytes));
-    out.insert(out.end(), body.begin(), body.end());
+    Bytes out(SDKCommandHeadParser::kHeadLength + body.size());
+    SDKCommandHeadParser::encodeHead(head, out.data());
+    std::copy(body.begin(), body.end(), out.begin() + SDKCommandHeadParser::kHeadLength);
     return out;
 }
 

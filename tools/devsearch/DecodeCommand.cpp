@@ -10,8 +10,8 @@
 #include "domain/records/EtFileDataPack.h"
 #include "protocol/SDKCommandHeadParser.h"
 #include "protocol/SDKNormalXmlBodyParser.h"
-#include "records/EtPTZOperation.h"
-#include "records/EtResult.h"
+#include "domain/records/EtPTZOperation.h"
+#include "domain/records/EtResult.h"
 
 namespace {
 

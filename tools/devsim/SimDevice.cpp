@@ -1,0 +1,139 @@
+#include "SimDevice.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "devsearch/DeviceNetwork.h"
+#include "discovery/BroadcastCommand.h"
+#include "discovery/DeviceBaseInfoCommand.h"
+#include "discovery/MulticastCommand.h"
+#include "discovery/WireFormat.h"
+#include "domain/records/DeviceBaseInfo.h"
+#include "domain/records/Version.h"
+#include "protocol/CommandParam.h"
+#include "protocol/SDKCommandParser.h"
+
+namespace {
+
+const char* const kModels[] = {"IPC-2131", "IPC-5240", "NVR-3608", "PTZ-6225", "DVR-1104", "TC-0310"};
+// Device types by model: cameras 1, recorders 2, speed domes 3, thermal 4.
+const int kTypes[] = {1, 1, 2, 3, 2, 4};
+constexpr int kModelCount = sizeof(kModels) / sizeof(kModels[0]);
+
+std::string format(const char* pattern, int value) {
+    char text[64];
+    std::snprintf(text, sizeof(text), pattern, value);
+    return text;
+}
+
+void copyOut(const CommandBuffer& buffer, std::vector<unsigned char>& out) {
+    out.assign(buffer.getCursor(), buffer.getCursor() + buffer.getLength());
+}
+
+}  // namespace
+
+DeviceSummaryInfo makeSummary(const SimDeviceConfig& config) {
+    const int i = config.index;
+    DeviceSummaryInfo summary;
+    summary.setDeviceId(config.idPrefix + format("%06d", i + 1));
+    summary.setDeviceType(kTypes[i % kModelCount]);
+    summary.setDeviceName(format("Simulated device %d", i + 1));
+    summary.setDeviceIP(config.address);
+    summary.setDevicePort(config.controlPort);
+    char mac[32];
+    std::snprintf(mac, sizeof(mac), "02:5e:00:%02x:%02x:%02x", (i >> 16) & 0xFF, (i >> 8) & 0xFF, i & 0xFF);
+    summary.setMACAddr(mac);
+    summary.setManufacturerName(config.manufacturer);
+    summary.setManufacturerId("SIM");
+    summary.setProductModel(config.model.empty() ? kModels[i % kModelCount] : config.model);
+    summary.setSN(format("SN%08d", i + 1));
+    summary.setSoftWareInfo(format("V3.%d.0", 10 + i % 7));
+    summary.setHardWareInfo(format("HW1.%d", i % 4));
+    summary.setUpdatePort("30009");
+    summary.setHttpPort(format("%d", config.httpPort));
+    summary.setDeviceTime(config.deviceTime);
+    return summary;
+}
+
+bool buildSummaryAnswer(const DeviceSummaryInfo& summary, uint32_t commandId, uint16_t sequence,
+                        std::vector<unsigned char>& out) {
+    try {
+        SafePointer<SDKCommandParam> answer = makeSafePointer<SDKCommandParam>();
+        answer->m_objHead.nVersion = 1;
+        answer->m_objHead.nSequence = sequence;
+        answer->m_objHead.nCommandID = commandId;
+        answer->m_domains.push_back(SafePointer<BaseDomain>(makeSafePointer<DeviceSummaryInfo>(summary)));
+        SDKCommandParser parser;
+        CommandBuffer buffer;
+        if (!parser.createCommand(SafePointer<CommandParam>(answer), buffer)) return false;
+        copyOut(buffer, out);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+void appendEnvelope(std::vector<unsigned char>& out, uint32_t payloadLength) {
+    // Marker, then the constructor defaults of the receiving side's envelope
+    // (byte A 1, words A and B 1, the rest 0), then the payload length.
+    unsigned char envelope[24] = {0xFF, 1, 0, 0, 0, 1, 0, 0, 0, 1};
+    discovery_wire::writeBig32(envelope + 20, payloadLength);
+    out.insert(out.end(), envelope, envelope + sizeof(envelope));
+}
+
+bool buildAnnouncement(const SimDeviceConfig& config, const DeviceSummaryInfo& summary,
+                       std::vector<unsigned char>& out) {
+    CommandBuffer payload;
+    int result = -1;
+    if (config.form == BroadcastCommand::kCommandId) {
+        DeviceNetwork network;
+        network.setDeviceId(summary.getDeviceId().c_str());
+        network.setLocalIp(config.address.c_str());
+        BroadcastCommand command(summary, network);
+        result = command.encode(payload);
+    } else if (config.form == DeviceBaseInfoCommand::kCommandId) {
+        DeviceBaseInfo record;
+        record.setDeviceID(summary.getDeviceId());
+        record.setDeviceName(summary.getDeviceName());
+        record.setDeviceType(summary.getDeviceType());
+        record.setDeviceIP(config.address);
+        record.setDevicePort(config.controlPort);
+        record.setManufacturerId(summary.getManufacturerId());
+        record.setManufacturerName(summary.getManufacturerName());
+        record.setProductModel(summary.getProductModel());
+        record.setMACAddress(summary.getMACAddr());
+        record.setBarCode(summary.getSN());
+        record.setCameraNum(1);
+        record.setDeviceTime(summary.getDeviceTime());
+        Version version;
+        version.setHardwareVer(summary.getHardWareInfo());
+        version.setSoftwareVer(summary.getSoftWareInfo());
+        record.setVersion(version);
+        DeviceBaseInfoCommand command(record);
+        result = command.encode(payload);
+    } else {
+        DeviceInfoFields fields;
+        using discovery_wire::copyCut;
+        copyCut(fields.m_szDeviceId, summary.getDeviceId().c_str());
+        fields.m_nDeviceType = summary.getDeviceType();
+        copyCut(fields.m_szManufacturerName, summary.getManufacturerName().c_str());
+        copyCut(fields.m_szProductModel, summary.getProductModel().c_str());
+        copyCut(fields.m_szMACAddress, summary.getMACAddr().c_str());
+        copyCut(fields.m_szBarCode, summary.getSN().c_str());
+        copyCut(fields.m_szHardwareVer, summary.getHardWareInfo().c_str());
+        copyCut(fields.m_szSoftwareVer, summary.getSoftWareInfo().c_str());
+        copyCut(fields.m_szDeviceIP, config.address.c_str());
+        copyCut(fields.m_szSubnetMask, "255.255.255.0");
+        copyCut(fields.m_szGateway, "");
+        copyCut(fields.m_szPreferredDNSIP, "");
+        fields.m_nControlPort = config.controlPort;
+        copyCut(fields.m_szDeviceTime, summary.getDeviceTime().c_str());
+        MulticastCommand command(fields);
+        result = command.encode(payload);
+    }
+    if (result != 0) return false;
+    out.clear();
+    appendEnvelope(out, payload.getLength());
+    out.insert(out.end(), payload.getCursor(), payload.getCursor() + payload.getLength());
+    return true;
+}
