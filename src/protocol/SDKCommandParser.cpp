@@ -17,6 +17,11 @@ namespace {
 
 const char* const kFile = "SDKCommandParser.cpp";
 
+bool traceDetailPasses() {
+    const OLTraceConfig& config = OLTraceConfig::getInstance();
+    return config.isEnabled() && config.getLevel() >= 3;
+}
+
 }  // namespace
 
 ICommandProtocolParser::~ICommandProtocolParser() = default;
@@ -120,8 +125,12 @@ bool SDKCommandParser::parseCommand(const CommandBuffer& in, SafePointer<Command
                 head.nCommandID);
         return false;
     }
-    OLTrace(3, kFile, "SDKCommandParser::parseCommand  CommandBodyParser name is %s\n",
-            demangleTypeName(typeid(*bodyParser.get()).name()).c_str());
+    if (traceDetailPasses()) {
+        // The readable type name costs an allocation; only make it when the line prints.
+        const ICommandBodyParser& bodyParserRef = *bodyParser;
+        OLTrace(3, kFile, "SDKCommandParser::parseCommand  CommandBodyParser name is %s\n",
+                demangleTypeName(typeid(bodyParserRef).name()).c_str());
+    }
 
     DomainList domains;
     if (!bodyParser->parseCommandBody(body, domains)) {

@@ -238,6 +238,21 @@ TEST(XmlBody, TextsThatAreNoDocumentFail) {
     EXPECT_FALSE(parser.parseCommandBody(CommandBuffer(), domains));
 }
 
+TEST(XmlBody, LeadBytesAtTheEndStayInsideTheText) {
+    // A UTF-8 lead byte announces up to three more bytes; at the end of the
+    // text the XML library would step over the terminating zero. Whatever the
+    // result, nothing is read behind the text (checked by sanitizer builds).
+    const std::string ends[] = {"\xE1", "\xF0", "\xF0\x90", "\xF4\x8F\xBF", "\xFF\xFF"};
+    const std::string starts[] = {"<P>", "<P><A>x", "<P \xE1", "<P><A B=\"", "<P>" + std::string(97, '\xE1')};
+    for (const std::string& start : starts) {
+        for (const std::string& end : ends) {
+            DomainList domains;
+            parseBody(document(start + end), domains);
+            parseBody(start + end, domains);
+        }
+    }
+}
+
 TEST(XmlBody, DeepAndHugeDocuments) {
     const unsigned limit = SDKNormalXmlBodyParser::kMaxNestingDepth;
     auto nested = [](unsigned depth) {
