@@ -25,7 +25,10 @@ std::string bodyReason(const std::vector<unsigned char>& bytes, const SDKCommand
                " does not parse: a length field is 0, negative or points past the body";
     }
     const char* text = reinterpret_cast<const char*>(bytes.data() + SDKCommandHeadParser::kHeadLength);
-    const std::string document(text, strnlen(text, head.nPayloadLength));
+    std::string document(text, strnlen(text, head.nPayloadLength));
+    // Zero bytes behind the text, as the body parser adds them: the XML library
+    // may step over a final zero after a UTF-8 lead byte.
+    document.append(8, '\0');
     SafePointer<DomainXmlNode> root;
     if (!DomainXmlNode::fromString(document, root)) {
         return "the XML body of command " + std::to_string(head.nCommandID) +
