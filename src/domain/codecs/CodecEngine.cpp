@@ -1,0 +1,92 @@
+#include "domain/codecs/CodecEngine.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "Product/Technic/OLTrace.h"
+
+namespace domain_codec {
+
+namespace {
+
+constexpr int kLineBufferSize = 512;
+
+void emit(const CodecInfo& info, int level, const char* text) {
+    if ((info.flags & CodecInfo::kTrace) != 0) {
+        OLTrace(level, info.file, "%s", text);
+    } else {
+        std::fputs(text, stdout);
+    }
+}
+
+// An own line: "%s%d" in front takes file and line number, another
+// conversion takes the value read.
+void emitOwn(const CodecInfo& info, int level, const Item& item, int value) {
+    const char* format = item.getLine();
+    char text[kLineBufferSize];
+    if (std::strncmp(format, "%s%d", 4) == 0) {
+        std::snprintf(text, sizeof(text), format, info.file, item.getLineNumber());
+    } else if (std::strchr(format, '%') != nullptr) {
+        std::snprintf(text, sizeof(text), format, value);
+    } else {
+        std::snprintf(text, sizeof(text), "%s", format);
+    }
+    emit(info, level, text);
+}
+
+}  // namespace
+
+void writeText(const CodecInfo& info, int level, const char* text) {
+    emit(info, level, text);
+}
+
+void writeAttributeLine(const CodecInfo& info, const char* tag, const Item& item, int value) {
+    if (item.getLine() != nullptr) {
+        emitOwn(info, 3, item, value);
+        return;
+    }
+    char text[kLineBufferSize];
+    if ((info.flags & CodecInfo::kShortLines) != 0) {
+        std::snprintf(text, sizeof(text), "getProperty get %s failed \n", tag);
+    } else {
+        std::snprintf(text, sizeof(text), "%s::parseDomainXmlNode get %s failed \n", info.codec, tag);
+    }
+    emit(info, 3, text);
+}
+
+void writeOwnLine(const CodecInfo& info, const Item& item) {
+    if (item.getLine() != nullptr) emitOwn(info, info.childTraceLevel, item, 0);
+}
+
+void writeLookupLine(const CodecInfo& info, const char* tag, const Item& item) {
+    if (item.getLine() != nullptr) {
+        emitOwn(info, info.childTraceLevel, item, 0);
+        return;
+    }
+    char text[kLineBufferSize];
+    std::snprintf(text, sizeof(text), "getConfigNode %s failed\n",
+                  item.getNode() != nullptr ? item.getNode() : tag);
+    emit(info, info.childTraceLevel, text);
+}
+
+void writeNestedParseLine(const CodecInfo& info, const char* tag) {
+    char text[kLineBufferSize];
+    std::snprintf(text, sizeof(text), "parseDomainXmlNode obj%s failed\n", tag);
+    emit(info, info.childTraceLevel, text);
+}
+
+void writeListBuildLine(const CodecInfo& info, const char* tag) {
+    char text[kLineBufferSize];
+    std::snprintf(text, sizeof(text), "createDomainXmlNode %s failed \n", tag);
+    emit(info, info.childTraceLevel, text);
+}
+
+bool setFixedText(char* field, int max, const char* text) {
+    if (text == nullptr) return false;
+    size_t length = std::strlen(text);
+    if (length > static_cast<size_t>(max)) return false;
+    std::memcpy(field, text, length + 1);
+    return true;
+}
+
+}  // namespace domain_codec
