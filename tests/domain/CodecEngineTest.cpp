@@ -9,6 +9,7 @@
 #include "Product/Technic/OLTrace.h"
 #include "domain/codecs/CodecEngine.h"
 #include "domain/codecs/InetAddrXml.h"
+#include "domain/codecs/MachineInfoXml.h"
 
 using namespace domain_codec;
 
@@ -32,10 +33,10 @@ class Probe : public BaseDomain {
     int absent = 0;
     InetAddr childOptional;
     InetAddr childReset;
-    InetAddr childStrict;
     std::vector<InetAddr> listLogged;
     std::vector<InetAddr> listOptional;
     std::vector<int> numbers;
+    std::vector<MachineInfo> machines;
     int inner = 0;
 
     bool mandatoryChild = false;
@@ -56,7 +57,11 @@ class Probe : public BaseDomain {
         v.attrOr("Absent", P::Logged, r.absent, 1, Item().line("getProperty get nAbsent =%d failed \n", 1));
         v.child("ChildOptional", P::Optional, r.childOptional);
         v.child("ChildReset", P::Reset, r.childReset);
-        if (r.strictChild) v.child("ChildStrict", P::Reset, r.childStrict, Item().strict());
+        if (r.strictChild) {
+            v.list("Machines", P::Optional, r.machines, Item().strict());
+        } else {
+            v.list("Machines", P::Optional, r.machines);
+        }
         v.list("ListLogged", P::Logged, r.listLogged, Item().node("NODE_LIST_LOGGED"));
         v.list("ListOptional", P::Optional, r.listOptional);
         v.scalarList("Numbers", "Number", P::Reset, P::Reset, r.numbers);
@@ -97,6 +102,7 @@ TEST(CodecEngineTest, BuildWritesEveryItemInOrder) {
         "AsFloat=\"9\" Absent=\"0\" Mandatory=\"0\" After=\"0\">\n"
         "\t<ChildOptional IP=\"10.0.0.1\" PORT=\"0\" IPProtoVer=\"0\" />\n"
         "\t<ChildReset IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
+        "\t<Machines />\n"
         "\t<ListLogged>\n"
         "\t\t<InetAddr IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
         "\t</ListLogged>\n"
@@ -204,15 +210,21 @@ TEST(CodecEngineTest, EmptyListChildGivesEmptyVector) {
 }
 
 TEST(CodecEngineTest, StrictChildEndsTheParse) {
-    // InetAddr's parse fails only on a null node, so a strict child is tested
-    // through a list whose item parse fails: a mandatory item in a probe list.
-    Probe probe;
-    probe.strictChild = true;
-    SafePointer<DomainXmlNode> node = parseText("<Probe Mandatory=\"1\"><ChildStrict IP=\"x\" /></Probe>");
+    // A list whose item lacks a mandatory attribute fails its nested parse.
+    SafePointer<DomainXmlNode> node =
+        parseText("<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>");
+    Probe lenient;
+    lenient.machines.resize(2);
     testing::internal::CaptureStdout();
-    EXPECT_TRUE(parseFields(kInfo, node, probe));
+    EXPECT_TRUE(parseFields(kInfo, node, lenient));
+    EXPECT_EQ(2u, lenient.machines.size());  // optional: a failed nested parse keeps the field
+    EXPECT_EQ(4, lenient.after);
+
+    Probe strict;
+    strict.strictChild = true;
+    EXPECT_FALSE(parseFields(kInfo, node, strict));
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ("x", probe.childStrict.getIP());
+    EXPECT_EQ(0, strict.mandatory);  // the parse ended at the list
 }
 
 TEST(CodecEngineTest, TracedCodecWritesThroughOLTrace) {

@@ -174,6 +174,9 @@ TEST(DomainXmlNodeTest, FromStringEdgeCases) {
     EXPECT_FALSE(DomainXmlNode::fromString("", node));
     EXPECT_FALSE(DomainXmlNode::fromString("<?xml version=\"1.0\"?>", node));
     EXPECT_FALSE(DomainXmlNode::fromString("<A><B></A>", node));
+    // A text that ends inside a multi-byte character is refused, not overrun.
+    EXPECT_FALSE(DomainXmlNode::fromString("<?xml version=\"1.0\" encoding=\"UTF-8\"?><A b=\"\xE1", node));
+    EXPECT_FALSE(DomainXmlNode::fromString("<A b=\"x\" \xF0", node));
     EXPECT_TRUE(node.isNull());
     ASSERT_TRUE(DomainXmlNode::fromString(
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<!-- x --><Root a=\"1\" />", node));

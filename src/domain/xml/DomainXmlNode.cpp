@@ -182,8 +182,13 @@ bool DomainXmlNode::toString(const SafePointer<DomainXmlNode>& node, std::string
 }
 
 bool DomainXmlNode::fromString(const std::string& text, SafePointer<DomainXmlNode>& node) {
+    // Zero bytes behind the text: the library steps over a multi-byte
+    // character by the length its lead byte announces, which at the very end
+    // of a text would skip the terminator.
+    std::string padded(text);
+    padded.append(8, '\0');
     TiXmlDocument document;
-    document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+    document.Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
     if (document.Error()) return false;
     for (const TiXmlNode* child = document.FirstChild(); child != nullptr; child = child->NextSibling()) {
         const TiXmlElement* element = child->ToElement();
