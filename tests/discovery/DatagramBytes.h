@@ -3,6 +3,7 @@
 // Builds raw datagrams of the multicast receive port for the tests: the
 // 24-byte envelope in front of an encoded command, and hand-made heads.
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -26,30 +27,30 @@ inline Bytes toBytes(const CommandBuffer& buffer) {
 
 // Envelope (marker 255, payload length = payload size) followed by the payload.
 inline Bytes envelope(const Bytes& payload, uint8_t marker = 0xFF) {
-    Bytes out(24, 0);
+    Bytes out(24 + payload.size(), 0);
     out[0] = marker;
     out[1] = 1;
     putBig32(out, 2, 1);
     putBig32(out, 6, 1);
     putBig32(out, 20, uint32_t(payload.size()));
-    out.insert(out.end(), payload.begin(), payload.end());
+    std::copy(payload.begin(), payload.end(), out.begin() + 24);
     return out;
 }
 
 // A 76-byte head with the given identifier and body length, then `body`.
 inline Bytes command(int32_t id, int32_t bodyLength, const Bytes& body) {
-    Bytes out(76, 0);
+    Bytes out(76 + body.size(), 0);
     putBig32(out, 0, uint32_t(id));
     out[4] = 1;
     out[69] = 1;
     putBig32(out, 72, uint32_t(bodyLength));
-    out.insert(out.end(), body.begin(), body.end());
+    std::copy(body.begin(), body.end(), out.begin() + 76);
     return out;
 }
 
 inline Bytes text(const std::string& s, bool withZero = true) {
-    Bytes out(s.begin(), s.end());
-    if (withZero) out.push_back(0);
+    Bytes out(s.size() + (withZero ? 1 : 0), 0);
+    std::copy(s.begin(), s.end(), out.begin());
     return out;
 }
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class DeviceMulticastRecvThread;
+class IDeviceDiscoveryListener;
+
+// Handle through which the search controller drives the multicast receive
+// thread: one owned engine and one forwarding member per operation.
+class DeviceMulticastRecv {
+  public:
+    DeviceMulticastRecv();
+    ~DeviceMulticastRecv();
+    DeviceMulticastRecv(const DeviceMulticastRecv&) = delete;
+    DeviceMulticastRecv& operator=(const DeviceMulticastRecv&) = delete;
+
+    void setAdapters(const std::vector<std::string>& adapters);
+    void setSuppressDuplicates(bool on);
+    void setListener(IDeviceDiscoveryListener* listener);
+    int start();
+    void stop();
+
+  private:
+    std::unique_ptr<DeviceMulticastRecvThread> m_pImpl;
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Product/Technic/OLMutex.h"
+#include "Product/Technic/OLThread.h"
+#include "Product/Technic/SafePointer.h"
+#include "domain/records/DeviceSummaryInfo.h"
+#include "domain/records/InetAddr.h"
+#include "transport/ISocket.h"
+#include "transport/SocketReadSelect.h"
+
+class IDeviceDiscoveryListener;
+class ITransfer;
+
+// Listens for device announcements on group 234.5.6.7 port 30003: one socket
+// per selected adapter, bound to the adapter's first IPv4 address and joined
+// to the group, all waited on together. Each datagram that decodes becomes a
+// DeviceSummaryInfo for the listener, called on this thread.
+class DeviceMulticastRecvThread : public OLThread {
+  public:
+    static constexpr const char* kGroupAddress = "234.5.6.7";
+    static constexpr unsigned short kGroupPort = 30003;
+    static constexpr int kWaitMs = 2000;
+    static constexpr int kRecvBufferBytes = 1048576;
+
+    DeviceMulticastRecvThread();
+    ~DeviceMulticastRecvThread() override;
+
+    // Called only while the thread is stopped.
+    void setAdapters(const std::vector<std::string>& adapters);
+    void setSuppressDuplicates(bool on);
+    // Not owned; stored under the listener lock.
+    void setListener(IDeviceDiscoveryListener* listener);
+
+    // 0; -11 already running; -661 no adapter, no group or no listener; an
+    // error of opening a transfer (the first one that fails ends the start);
+    // -12 when the thread cannot be started.
+    int start();
+    // Ends the thread, leaves the group and closes every socket, and forgets
+    // the records delivered so far.
+    void stop();
+
+    // Inspection for diagnostics and tests.
+    size_t getTransferCount() const { return m_mapTransfers.size(); }
+    size_t getSummaryCount() const { return m_vecSummaries.size(); }
+    std::vector<SocketHandle> getSocketHandles() const;
+
+  protected:
+    int run() override;
+
+  private:
+    int openTransfer(const std::string& adapter, SafePointer<ITransfer>& out);
+    // Takes a socket out of the readiness set, leaves the group on it and closes it.
+    void closeTransfer(SocketHandle handle, SafePointer<ITransfer>& transfer);
+    void closeAllTransfers();
+    int deliver(const DeviceSummaryInfo& summary);
+
+    std::atomic<bool> m_bStop;
+    IDeviceDiscoveryListener* m_pListener;
+    OLMutex m_objListenerLock;
+    bool m_bSuppressDuplicates;
+    std::vector<DeviceSummaryInfo> m_vecSummaries;
+    std::vector<std::string> m_vecAdapters;
+    InetAddr m_objGroup;
+    std::map<SocketHandle, SafePointer<ITransfer>> m_mapTransfers;
+    SocketReadSelect m_objReadSelect;
+};

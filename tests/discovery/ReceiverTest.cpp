@@ -1,0 +1,224 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "DatagramBytes.h"
+#include "discovery/BroadcastCommand.h"
+#include "discovery/DeviceBaseInfoCommand.h"
+#include "discovery/DiscoveryCommandReceiver.h"
+#include "discovery/MulticastCommand.h"
+#include "domain/records/DeviceAccessParam.h"
+#include "domain/records/DeviceSummaryInfo.h"
+#include "domain/records/HostNetwork.h"
+#include "transport/CommandBuffer.h"
+
+namespace {
+
+using dgram::Bytes;
+
+struct Records {
+    DeviceAccessParam access;
+    DeviceSummaryInfo summary;
+    HostNetwork network;
+};
+
+// Runs the receiver's decode path on a datagram held in a receive-sized buffer.
+int handle(const Bytes& datagram, Records& r) {
+    CommandBuffer in;
+    in.alloc(5600);
+    if (!datagram.empty()) in.assign(datagram.data(), unsigned(datagram.size()));
+    DiscoveryCommandReceiver receiver;
+    EXPECT_EQ(2000, receiver.getTimeout());
+    return receiver.handle(in, r.access, r.summary, r.network);
+}
+
+Bytes wrap(Command& command) {
+    CommandBuffer wire;
+    EXPECT_EQ(0, command.encode(wire));
+    return dgram::envelope(dgram::toBytes(wire));
+}
+
+TEST(DiscoveryCommandReceiver, MulticastFormFillsAllThreeRecords) {
+    DeviceInfoFields f;
+    std::strcpy(f.m_szDeviceId, "ID-23");
+    f.m_nDeviceType = 7;
+    std::strcpy(f.m_szManufacturerName, "not delivered");
+    std::strcpy(f.m_szProductModel, "PM");
+    std::strcpy(f.m_szMACAddress, "mac");
+    std::strcpy(f.m_szBarCode, "bar");
+    std::strcpy(f.m_szHardwareVer, "HV");
+    std::strcpy(f.m_szSoftwareVer, "SV");
+    std::strcpy(f.m_szDeviceIP, "198.51.100.2");
+    std::strcpy(f.m_szSubnetMask, "255.255.255.0");
+    std::strcpy(f.m_szGateway, "198.51.100.1");
+    std::strcpy(f.m_szPreferredDNSIP, "198.51.100.53");
+    f.m_nControlPort = 30001;
+    std::strcpy(f.m_szDeviceTime, "T");
+    MulticastCommand cmd(f);
+    Records r;
+    ASSERT_EQ(0, handle(wrap(cmd), r));
+    EXPECT_EQ("198.51.100.2", r.access.getLocalIp());
+    EXPECT_EQ(30001, r.access.getControlPort());
+    EXPECT_EQ(0, r.access.getHttpPort());
+    EXPECT_EQ("198.51.100.2", r.summary.getDeviceIP());
+    EXPECT_EQ(30001, r.summary.getDevicePort());
+    EXPECT_EQ("ID-23", r.summary.getDeviceId());
+    EXPECT_EQ(7, r.summary.getDeviceType());
+    EXPECT_EQ("PM", r.summary.getProductModel());
+    EXPECT_EQ("HV", r.summary.getHardWareInfo());
+    EXPECT_EQ("SV", r.summary.getSoftWareInfo());
+    EXPECT_EQ("T", r.summary.getDeviceTime());
+    EXPECT_EQ("", r.summary.getManufacturerName());
+    EXPECT_EQ("", r.summary.getMACAddr());
+    EXPECT_EQ("198.51.100.2", r.network.getLocalIp());
+    EXPECT_EQ("255.255.255.0", r.network.getLocalSubnetMask());
+    EXPECT_EQ("198.51.100.1", r.network.getGateway());
+    EXPECT_EQ("198.51.100.53", r.network.getPrimaryDNSIp());
+}
+
+TEST(DiscoveryCommandReceiver, BroadcastFormFillsAccessAndSummary) {
+    DeviceSummaryInfo s;
+    s.setDeviceId("ID-16");
+    s.setManufacturerId("MI");
+    s.setManufacturerName("MN");
+    s.setDeviceType(2);
+    s.setHardWareInfo("H");
+    s.setSoftWareInfo("S");
+    s.setDeviceTime("T16");
+    DeviceNetwork n;
+    n.setLocalIp("203.0.113.9");
+    BroadcastCommand cmd(s, n);
+    Records r;
+    r.network.setGateway("kept");
+    ASSERT_EQ(0, handle(wrap(cmd), r));
+    EXPECT_EQ("203.0.113.9", r.access.getLocalIp());
+    EXPECT_EQ(30001, r.access.getControlPort());
+    EXPECT_EQ(80, r.access.getHttpPort());
+    EXPECT_EQ("ID-16", r.summary.getDeviceId());
+    EXPECT_EQ("MI", r.summary.getManufacturerId());
+    EXPECT_EQ("MN", r.summary.getManufacturerName());
+    EXPECT_EQ("203.0.113.9", r.summary.getDeviceIP());
+    EXPECT_EQ(30001, r.summary.getDevicePort());
+    EXPECT_EQ("T16", r.summary.getDeviceTime());
+    EXPECT_EQ("", r.summary.getProductModel());
+    EXPECT_EQ("kept", r.network.getGateway());
+}
+
+TEST(DiscoveryCommandReceiver, BaseInfoFormFillsAccessAndSummary) {
+    DeviceBaseInfo b;
+    b.setDeviceID("ID-20");
+    b.setDeviceIP("203.0.113.20");
+    b.setDevicePort(8000);
+    b.setDeviceType(9);
+    b.setManufacturerId("MI20");
+    b.setManufacturerName("not delivered");
+    b.setProductModel("PM20");
+    b.setDeviceTime("T20");
+    b.setUserID("user");
+    Version v;
+    v.setSoftwareVer("S20");
+    b.setVersion(v);
+    DeviceBaseInfoCommand cmd(b);
+    Records r;
+    ASSERT_EQ(0, handle(wrap(cmd), r));
+    EXPECT_EQ("203.0.113.20", r.access.getLocalIp());
+    EXPECT_EQ(8000, r.access.getControlPort());
+    EXPECT_EQ("ID-20", r.summary.getDeviceId());
+    EXPECT_EQ("203.0.113.20", r.summary.getDeviceIP());
+    EXPECT_EQ(8000, r.summary.getDevicePort());
+    EXPECT_EQ(9, r.summary.getDeviceType());
+    EXPECT_EQ("MI20", r.summary.getManufacturerId());
+    EXPECT_EQ("", r.summary.getManufacturerName());
+    EXPECT_EQ("", r.summary.getHardWareInfo());
+    EXPECT_EQ("S20", r.summary.getSoftWareInfo());
+    EXPECT_EQ("PM20", r.summary.getProductModel());
+    EXPECT_EQ("T20", r.summary.getDeviceTime());
+    EXPECT_EQ("", r.network.getLocalIp());
+}
+
+TEST(DiscoveryCommandReceiver, MalformedDatagramsDeliverNothing) {
+    const Bytes xml = dgram::text("<DeviceInfo DeviceID=\"x\"/>");
+    const Bytes good = dgram::envelope(dgram::command(23, int32_t(xml.size()), xml));
+    Records check;
+    ASSERT_EQ(0, handle(good, check));
+    ASSERT_EQ("x", check.summary.getDeviceId());
+
+    struct Case {
+        const char* what;
+        Bytes datagram;
+        int expected;
+    };
+    Bytes wrongMarker = good;
+    wrongMarker[0] = 0xFE;
+    Bytes lengthPlus = good;
+    lengthPlus[23] += 1;
+    Bytes lengthMinus = good;
+    lengthMinus[23] -= 1;
+    Bytes hugeLength = good;
+    hugeLength[20] = 0x7F;
+    Bytes headOver = dgram::envelope(dgram::command(23, int32_t(xml.size()) + 1, xml));
+    Bytes headHuge = dgram::envelope(dgram::command(23, 0x7FFFFFFF, xml));
+    Bytes headNegative = dgram::envelope(dgram::command(23, -76, xml));
+    Bytes doc = dgram::text("<Device DeviceID=\"x\"/>");
+    Bytes notXml = dgram::text("this is not xml");
+    const Case cases[] = {
+        {"empty datagram", {}, -231},
+        {"23 bytes", Bytes(23, 0xFF), -231},
+        {"marker not 255", wrongMarker, -231},
+        {"envelope length too high", lengthPlus, -231},
+        {"envelope length too low", lengthMinus, -231},
+        {"envelope length huge", hugeLength, -231},
+        {"envelope only", dgram::envelope({}), -402},
+        {"payload under a head", dgram::envelope(Bytes(75, 0)), -402},
+        {"body length one too high", headOver, -404},
+        {"body length huge", headHuge, -404},
+        {"body length negative", headNegative, -404},
+        {"top element Device", dgram::envelope(dgram::command(23, int32_t(doc.size()), doc)), -404},
+        {"body not XML", dgram::envelope(dgram::command(23, int32_t(notXml.size()), notXml)), -404},
+        {"identifier 21", dgram::envelope(dgram::command(21, int32_t(xml.size()), xml)), -401},
+        {"identifier 0", dgram::envelope(dgram::command(0, int32_t(xml.size()), xml)), -401},
+        {"identifier -1", dgram::envelope(dgram::command(-1, int32_t(xml.size()), xml)), -401},
+        {"broadcast body 209", dgram::envelope(dgram::command(16, 209, Bytes(209, 0))), -404},
+        {"base info not XML", dgram::envelope(dgram::command(20, int32_t(notXml.size()), notXml)), -404},
+        {"base info wrong element", dgram::envelope(dgram::command(20, int32_t(xml.size()), xml)), -404},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Records r;
+        r.summary.setDeviceId("untouched");
+        r.access.setLocalIp("untouched");
+        r.network.setGateway("untouched");
+        EXPECT_EQ(c.expected, handle(c.datagram, r));
+        EXPECT_EQ("untouched", r.summary.getDeviceId());
+        EXPECT_EQ("untouched", r.access.getLocalIp());
+        EXPECT_EQ("untouched", r.network.getGateway());
+    }
+}
+
+TEST(DiscoveryCommandReceiver, EdgeFormsThatDecode) {
+    // No attributes: a record with empty fields and port 0.
+    Bytes bare = dgram::text("<DeviceInfo />");
+    Records r;
+    ASSERT_EQ(0, handle(dgram::envelope(dgram::command(23, int32_t(bare.size()), bare)), r));
+    EXPECT_EQ("", r.summary.getDeviceId());
+    EXPECT_EQ(0, r.summary.getDevicePort());
+
+    // Without a trailing zero the body decodes the same.
+    Bytes noZero = dgram::text("<DeviceInfo DeviceID=\"nz\"/>", false);
+    Records z;
+    ASSERT_EQ(0, handle(dgram::envelope(dgram::command(23, int32_t(noZero.size()), noZero)), z));
+    EXPECT_EQ("nz", z.summary.getDeviceId());
+
+    // A datagram filling the whole receive buffer.
+    std::string padded =
+        "<DeviceInfo DeviceID=\"big\" Pad=\"" + std::string(5600 - 24 - 76 - 40, 'p') + "\"/>";
+    Bytes big = dgram::text(padded);
+    Bytes dg = dgram::envelope(dgram::command(23, int32_t(big.size()), big));
+    ASSERT_LE(dg.size(), 5600u);
+    Records b;
+    ASSERT_EQ(0, handle(dg, b));
+    EXPECT_EQ("big", b.summary.getDeviceId());
+}
+
+}  // namespace
