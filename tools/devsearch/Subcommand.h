@@ -34,3 +34,5 @@ const std::vector<Subcommand>& subcommands();
 // The subcommands (one file each).
 int runDecode(const std::vector<std::string>& args, ToolStreams& io);
 int runRecode(const std::vector<std::string>& args, ToolStreams& io);
+int runSearch(const std::vector<std::string>& args, ToolStreams& io);
+int runRange(const std::vector<std::string>& args, ToolStreams& io);

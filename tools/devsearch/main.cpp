@@ -21,8 +21,9 @@ void printOverview(FILE* out) {
     std::fputs(
         "\n"
         "Run 'devsearch SUBCOMMAND --help' for the arguments of one subcommand.\n"
-        "Exit status: 0 success, 1 bad arguments or unreadable input, 2 the datagram does not parse,\n"
-        "3 the command could not be written again.\n",
+        "Exit status of decode and recode: 0 success, 1 bad arguments or unreadable input, 2 the\n"
+        "datagram does not parse, 3 the command could not be written again. Of search and range:\n"
+        "0 done, 2 bad arguments.\n",
         out);
 }
 

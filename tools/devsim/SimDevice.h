@@ -10,11 +10,11 @@
 // What a simulated device is and says. Every field is generated from the
 // device's index unless an option fixes it.
 struct SimDeviceConfig {
-    std::string address;     // dotted IPv4 address the device lives on
-    int index = 0;           // 0-based
-    int form = 23;           // announcement form: 16, 20 or 23
+    std::string address;  // dotted IPv4 address the device lives on
+    int index = 0;        // 0-based
+    int form = 23;        // announcement form: 16, 20 or 23
     std::string idPrefix = "SIM";
-    std::string model;       // empty: one of the built-in models by index
+    std::string model;  // empty: one of the built-in models by index
     std::string manufacturer = "Simulated";
     std::string deviceTime;  // fixed for the whole run, so repeats are equal
     uint16_t controlPort = 30001;

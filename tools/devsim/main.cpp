@@ -1,0 +1,478 @@
+// devsim: plays simulated cameras and recorders for tests and demonstrations.
+//
+// Each device lives on one local IPv4 address. It answers the multicast query
+// (SDK command 30539 on port 31001) with its DeviceSummaryInfo to port 31002
+// of the sender, answers the range query (30541 on its query port, 30001 by
+// default) with 30542 to the sender, and announces itself on 234.5.6.7 port
+// 30003 in one of the three announcement forms. It refuses to run in the
+// host's own network namespace.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "SimDevice.h"
+#include "discovery/SearchQuery.h"
+#include "protocol/CommandParam.h"
+#include "protocol/SDKCommandParser.h"
+
+namespace {
+
+constexpr const char* kGroup = "234.5.6.7";
+constexpr uint16_t kQueryPort = 31001;
+constexpr uint16_t kAnnouncePort = 30003;
+constexpr uint32_t kQueryAnswerCommand = 30540;
+constexpr int kExitUsage = 2;
+
+volatile std::sig_atomic_t g_bStop = 0;
+void onSignal(int) {
+    g_bStop = 1;
+}
+
+const char* const kUsage =
+    "Usage: devsim [OPTIONS] ADDRESS... | --range FIRST-LAST\n"
+    "\n"
+    "Plays one simulated device per local IPv4 address. Each device answers the\n"
+    "multicast query (command 30539 on port 31001, answered to port 31002 of the\n"
+    "sender), answers the range query (30541 on the query port, answered with\n"
+    "30542) and announces itself on 234.5.6.7 port 30003.\n"
+    "\n"
+    "devsim is a test and demonstration tool. It sends only from the given\n"
+    "addresses, which must belong to an interface of a network namespace made for\n"
+    "the purpose, and never outside the namespace it is started in: it refuses to\n"
+    "run in the host's initial network namespace. Start it with\n"
+    "'ip netns exec NAME devsim ...' or inside 'unshare -rn'.\n"
+    "\n"
+    "Options:\n"
+    "  --range FIRST-LAST       one device on each address of the range\n"
+    "  --form 16|20|23|mixed    announcement form (default mixed: 23, 20, 16 by index)\n"
+    "  --announce-interval S    seconds between announcements; 0 never (default 2)\n"
+    "  --no-query-answer        do not answer the multicast query\n"
+    "  --no-range-answer        do not answer the range query\n"
+    "  --port P                 port of the range query (default 30001)\n"
+    "  --control-port P         control port that devices report (default 30001)\n"
+    "  --http-port P            HTTP port that devices report (default 80)\n"
+    "  --model TEXT             product model of every device (default: by index)\n"
+    "  --id-prefix TEXT         device ids are TEXT plus a 6-digit number (default SIM)\n"
+    "  --manufacturer TEXT      manufacturer name (default Simulated)\n"
+    "  --device-time TEXT       device time reported (default: the start time)\n"
+    "  --first-index N          index of the first device (default 0)\n"
+    "  --malformed-range ADDR   the device on ADDR answers the range query with garbage\n"
+    "  --malformed-query ADDR   the device on ADDR answers the multicast query with garbage\n"
+    "  --seconds N              exit after N seconds (default: run until a signal)\n"
+    "  --ready-file PATH        write PATH once every socket is open\n"
+    "  --verbose                log every query on standard error\n"
+    "  --help                   this text\n"
+    "\n"
+    "Exit status: 0 after a signal or --seconds, 1 when a socket cannot be opened,\n"
+    "2 for bad arguments or when started in the host's namespace.\n";
+
+struct Device {
+    SimDeviceConfig config;
+    DeviceSummaryInfo summary;
+    int fd = -1;
+    bool malformedRange = false;
+    bool malformedQuery = false;
+    std::vector<unsigned char> announcement;
+    std::vector<unsigned char> queryAnswer;  // to a query of sequence 0, the usual one
+};
+
+bool parseAddress(const std::string& text, uint32_t& host) {
+    in_addr addr{};
+    if (inet_pton(AF_INET, text.c_str(), &addr) != 1) return false;
+    host = ntohl(addr.s_addr);
+    return true;
+}
+
+std::string addressText(uint32_t host) {
+    in_addr addr{};
+    addr.s_addr = htonl(host);
+    char text[INET_ADDRSTRLEN];
+    inet_ntop(AF_INET, &addr, text, sizeof(text));
+    return text;
+}
+
+bool parseNumber(const std::string& text, long min, long max, long& value) {
+    char* end = nullptr;
+    errno = 0;
+    value = std::strtol(text.c_str(), &end, 10);
+    return !text.empty() && *end == '\0' && errno == 0 && value >= min && value <= max;
+}
+
+int usageError(const std::string& what) {
+    std::fprintf(stderr, "devsim: %s; run 'devsim --help' for the options\n", what.c_str());
+    return kExitUsage;
+}
+
+// The network namespace of this process, or empty when it cannot be read.
+std::string namespaceId(const char* path) {
+    struct stat info {};
+    if (stat(path, &info) != 0) return std::string();
+    return std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino);
+}
+
+// True when a non-loopback interface holds the default route.
+bool hasDefaultRoute() {
+    std::ifstream routes("/proc/net/route");
+    std::string line;
+    std::getline(routes, line);  // column names
+    while (std::getline(routes, line)) {
+        char name[64];
+        unsigned long destination = 1;
+        if (std::sscanf(line.c_str(), "%63s %lx", name, &destination) == 2 && destination == 0 &&
+            std::strcmp(name, "lo") != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Refuses the host's namespace: the same namespace as process 1, or, when
+// that cannot be compared, one with a default route on a real interface.
+bool inTestNamespace(std::string& why) {
+    const std::string self = namespaceId("/proc/self/ns/net");
+    const std::string init = namespaceId("/proc/1/ns/net");
+    if (!self.empty() && !init.empty()) {
+        if (self == init) {
+            why = "this is the host's initial network namespace";
+            return false;
+        }
+        return true;
+    }
+    if (hasDefaultRoute()) {
+        why =
+            "this namespace has a default route on a real interface and cannot be told apart from the host's";
+        return false;
+    }
+    return true;
+}
+
+int openUdp(uint32_t bindHost, uint16_t port, bool reuse) {
+    int fd = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) return -1;
+    int on = 1;
+    if (reuse) setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = htonl(bindHost);
+    local.sin_port = htons(port);
+    if (bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof(local)) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+void sendTo(int fd, const std::vector<unsigned char>& data, const sockaddr_in& to) {
+    sendto(fd, data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof(to));
+}
+
+// Reads the SDK head of a datagram; false when it does not parse.
+bool parseQuery(const unsigned char* data, size_t length, uint32_t& commandId, uint16_t& sequence) {
+    CommandBuffer buffer;
+    if (!buffer.alloc(static_cast<int>(length)) || !buffer.assign(data, static_cast<unsigned>(length)))
+        return false;
+    SDKCommandParser parser;
+    SafePointer<CommandParam> param;
+    try {
+        if (!parser.parseCommand(buffer, param) || !param) return false;
+        const SDKCommandParam& sdk = static_cast<const SDKCommandParam&>(*param);
+        commandId = sdk.m_objHead.nCommandID;
+        sequence = sdk.m_objHead.nSequence;
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+std::vector<unsigned char> garbage(const Device& device) {
+    // An SDK magic followed by a head that promises more than follows.
+    std::vector<unsigned char> bytes = {0xAF, 0xAF, 0x00, 0x01, 0x00, 0x00,
+                                        0x00, 0x00, 0x00, 0x00, 0x77, 0x4E};
+    for (char c : device.config.address) bytes.push_back(static_cast<unsigned char>(c));
+    return bytes;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    std::vector<uint32_t> addresses;
+    std::set<uint32_t> seen;
+    std::set<uint32_t> malformedRange, malformedQuery;
+    std::string form = "mixed", model, idPrefix = "SIM", manufacturer = "Simulated", deviceTime, readyFile;
+    long announceMs = 2000, rangePort = 30001, controlPort = 30001, httpPort = 80, seconds = -1,
+         firstIndex = 0;
+    bool answerQuery = true, answerRange = true, verbose = false;
+
+    auto addAddress = [&](uint32_t host) {
+        if (seen.insert(host).second) addresses.push_back(host);
+    };
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        auto value = [&](std::string& out) {
+            if (i + 1 >= args.size()) return false;
+            out = args[++i];
+            return true;
+        };
+        std::string v;
+        long n = 0;
+        if (a == "--help" || a == "-h") {
+            std::fputs(kUsage, stdout);
+            return 0;
+        } else if (a == "--range") {
+            if (!value(v)) return usageError("--range needs FIRST-LAST");
+            const size_t dash = v.find('-');
+            uint32_t first = 0, last = 0;
+            if (dash == std::string::npos || !parseAddress(v.substr(0, dash), first) ||
+                !parseAddress(v.substr(dash + 1), last)) {
+                return usageError("'" + v + "' is no range FIRST-LAST of IPv4 addresses");
+            }
+            if (last < first) return usageError("range '" + v + "' ends before it starts");
+            if (last - first >= 65536) return usageError("range '" + v + "' holds more than 65536 addresses");
+            for (uint64_t h = first; h <= last; ++h) addAddress(static_cast<uint32_t>(h));
+        } else if (a == "--form") {
+            if (!value(v) || (v != "16" && v != "20" && v != "23" && v != "mixed")) {
+                return usageError("--form takes 16, 20, 23 or mixed");
+            }
+            form = v;
+        } else if (a == "--announce-interval") {
+            char* end = nullptr;
+            if (!value(v)) return usageError("--announce-interval needs seconds");
+            const double s = std::strtod(v.c_str(), &end);
+            if (*end != '\0' || s < 0 || s > 86400) return usageError("bad --announce-interval '" + v + "'");
+            announceMs = static_cast<long>(s * 1000);
+        } else if (a == "--no-query-answer") {
+            answerQuery = false;
+        } else if (a == "--no-range-answer") {
+            answerRange = false;
+        } else if (a == "--port" || a == "--control-port" || a == "--http-port") {
+            if (!value(v) || !parseNumber(v, 1, 65535, n))
+                return usageError(a + " takes a port from 1 to 65535");
+            (a == "--port" ? rangePort : a == "--control-port" ? controlPort : httpPort) = n;
+        } else if (a == "--model") {
+            if (!value(model)) return usageError("--model needs a text");
+        } else if (a == "--id-prefix") {
+            if (!value(idPrefix)) return usageError("--id-prefix needs a text");
+        } else if (a == "--manufacturer") {
+            if (!value(manufacturer)) return usageError("--manufacturer needs a text");
+        } else if (a == "--device-time") {
+            if (!value(deviceTime)) return usageError("--device-time needs a text");
+        } else if (a == "--first-index") {
+            if (!value(v) || !parseNumber(v, 0, 1000000, firstIndex)) return usageError("bad --first-index");
+        } else if (a == "--malformed-range" || a == "--malformed-query") {
+            uint32_t host = 0;
+            if (!value(v) || !parseAddress(v, host)) return usageError(a + " needs an IPv4 address");
+            (a == "--malformed-range" ? malformedRange : malformedQuery).insert(host);
+        } else if (a == "--seconds") {
+            if (!value(v) || !parseNumber(v, 0, 86400, seconds)) return usageError("bad --seconds");
+        } else if (a == "--ready-file") {
+            if (!value(readyFile)) return usageError("--ready-file needs a path");
+        } else if (a == "--verbose") {
+            verbose = true;
+        } else if (!a.empty() && a[0] == '-') {
+            return usageError("unknown option '" + a + "'");
+        } else {
+            uint32_t host = 0;
+            if (!parseAddress(a, host)) return usageError("'" + a + "' is no IPv4 address");
+            addAddress(host);
+        }
+    }
+    if (addresses.empty()) return usageError("no device address given");
+
+    std::string why;
+    if (!inTestNamespace(why)) {
+        std::fprintf(stderr,
+                     "devsim: refusing to run: %s. devsim sends datagrams and belongs in a network namespace "
+                     "made for testing (ip netns exec NAME devsim ..., or unshare -rn)\n",
+                     why.c_str());
+        return kExitUsage;
+    }
+
+    // One socket per device plus the query socket.
+    rlimit files{};
+    if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur < files.rlim_max) {
+        files.rlim_cur = files.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &files);
+    }
+
+    if (deviceTime.empty()) {
+        char text[32];
+        const std::time_t now = std::time(nullptr);
+        std::tm local{};
+        localtime_r(&now, &local);
+        std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
+        deviceTime = text;
+    }
+
+    std::vector<Device> devices(addresses.size());
+    in_addr group{};
+    inet_pton(AF_INET, kGroup, &group);
+    for (size_t i = 0; i < addresses.size(); ++i) {
+        Device& d = devices[i];
+        SimDeviceConfig& c = d.config;
+        c.address = addressText(addresses[i]);
+        c.index = static_cast<int>(firstIndex + static_cast<long>(i));
+        static const int kForms[] = {23, 20, 16};
+        c.form = form == "mixed" ? kForms[c.index % 3] : std::atoi(form.c_str());
+        c.idPrefix = idPrefix;
+        c.model = model;
+        c.manufacturer = manufacturer;
+        c.deviceTime = deviceTime;
+        c.controlPort = static_cast<uint16_t>(controlPort);
+        c.httpPort = static_cast<uint16_t>(httpPort);
+        d.summary = makeSummary(c);
+        d.malformedRange = malformedRange.count(addresses[i]) != 0;
+        d.malformedQuery = malformedQuery.count(addresses[i]) != 0;
+        if (!buildAnnouncement(c, d.summary, d.announcement)) {
+            std::fprintf(stderr, "devsim: the announcement of %s could not be built\n", c.address.c_str());
+            return 1;
+        }
+        if (d.malformedQuery) {
+            d.queryAnswer = garbage(d);
+        } else if (!buildSummaryAnswer(d.summary, kQueryAnswerCommand, 0, d.queryAnswer)) {
+            std::fprintf(stderr, "devsim: the answer of %s could not be built\n", c.address.c_str());
+            return 1;
+        }
+        d.fd = openUdp(addresses[i], static_cast<uint16_t>(rangePort), true);
+        if (d.fd < 0) {
+            std::fprintf(stderr,
+                         "devsim: cannot bind %s port %ld: %s (is the address on an interface here?)\n",
+                         c.address.c_str(), rangePort, std::strerror(errno));
+            return 1;
+        }
+        in_addr source{};
+        source.s_addr = htonl(addresses[i]);
+        setsockopt(d.fd, IPPROTO_IP, IP_MULTICAST_IF, &source, sizeof(source));
+        unsigned char ttl = 1;
+        setsockopt(d.fd, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof(ttl));
+    }
+
+    int queryFd = -1;
+    if (answerQuery) {
+        queryFd = openUdp(INADDR_ANY, kQueryPort, true);
+        if (queryFd < 0) {
+            std::fprintf(stderr, "devsim: cannot bind port %u: %s\n", kQueryPort, std::strerror(errno));
+            return 1;
+        }
+        // Join once per interface; a second join through another address of
+        // the same interface reports EADDRINUSE, which is fine.
+        int joined = 0;
+        for (const Device& d : devices) {
+            ip_mreq request{};
+            request.imr_multiaddr = group;
+            inet_pton(AF_INET, d.config.address.c_str(), &request.imr_interface);
+            if (setsockopt(queryFd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof(request)) == 0 ||
+                errno == EADDRINUSE) {
+                ++joined;
+            }
+        }
+        if (joined == 0) {
+            std::fprintf(stderr, "devsim: cannot join %s: %s\n", kGroup, std::strerror(errno));
+            return 1;
+        }
+    }
+
+    std::signal(SIGINT, onSignal);
+    std::signal(SIGTERM, onSignal);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    std::fprintf(stderr, "devsim: %zu devices on %s .. %s\n", devices.size(),
+                 devices.front().config.address.c_str(), devices.back().config.address.c_str());
+    if (!readyFile.empty()) {
+        std::ofstream ready(readyFile);
+        ready << devices.size() << "\n";
+    }
+
+    std::vector<pollfd> fds;
+    if (queryFd >= 0) fds.push_back({queryFd, POLLIN, 0});
+    const size_t firstDeviceSlot = fds.size();
+    for (const Device& d : devices) fds.push_back({d.fd, POLLIN, 0});
+
+    sockaddr_in groupTo{};
+    groupTo.sin_family = AF_INET;
+    groupTo.sin_addr = group;
+    groupTo.sin_port = htons(kAnnouncePort);
+
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point started = Clock::now();
+    Clock::time_point nextAnnounce = started;
+    std::vector<unsigned char> datagram(6000), answer;
+    while (!g_bStop) {
+        const Clock::time_point now = Clock::now();
+        if (seconds >= 0 && now - started >= std::chrono::seconds(seconds)) break;
+        if (announceMs > 0 && now >= nextAnnounce) {
+            for (const Device& d : devices) sendTo(d.fd, d.announcement, groupTo);
+            nextAnnounce = now + std::chrono::milliseconds(announceMs);
+        }
+        int waitMs = 200;
+        if (announceMs > 0) {
+            const long untilAnnounce =
+                std::chrono::duration_cast<std::chrono::milliseconds>(nextAnnounce - now).count();
+            waitMs = static_cast<int>(std::max(0L, std::min<long>(waitMs, untilAnnounce)));
+        }
+        if (poll(fds.data(), fds.size(), waitMs) <= 0) continue;
+
+        for (size_t slot = 0; slot < fds.size(); ++slot) {
+            if (!(fds[slot].revents & POLLIN)) continue;
+            sockaddr_in from{};
+            socklen_t fromLength = sizeof(from);
+            const ssize_t n = recvfrom(fds[slot].fd, datagram.data(), datagram.size(), 0,
+                                       reinterpret_cast<sockaddr*>(&from), &fromLength);
+            if (n <= 0) continue;
+            uint32_t commandId = 0;
+            uint16_t sequence = 0;
+            const bool parsed = parseQuery(datagram.data(), static_cast<size_t>(n), commandId, sequence);
+            char fromText[INET_ADDRSTRLEN];
+            inet_ntop(AF_INET, &from.sin_addr, fromText, sizeof(fromText));
+            if (verbose) {
+                std::fprintf(stderr, "devsim: %zd bytes from %s:%u, %s %u\n", n, fromText,
+                             ntohs(from.sin_port), parsed ? "command" : "unparsed", commandId);
+            }
+            if (!parsed) continue;
+            if (slot < firstDeviceSlot) {
+                if (commandId != kMulticastQueryCommand) continue;
+                // Every device answers the query, each from its own address.
+                sockaddr_in to = from;
+                to.sin_port = htons(kQueryPort + 1);
+                for (const Device& d : devices) {
+                    if (sequence == 0 || d.malformedQuery) {
+                        sendTo(d.fd, d.queryAnswer, to);
+                    } else if (buildSummaryAnswer(d.summary, kQueryAnswerCommand, sequence, answer)) {
+                        sendTo(d.fd, answer, to);
+                    }
+                }
+            } else {
+                const Device& d = devices[slot - firstDeviceSlot];
+                if (!answerRange || commandId != kRangeQueryCommand) continue;
+                if (d.malformedRange) {
+                    answer = garbage(d);
+                } else if (!buildSummaryAnswer(d.summary, kRangeAnswerCommand, sequence, answer)) {
+                    continue;
+                }
+                sendTo(d.fd, answer, from);
+            }
+        }
+    }
+
+    for (const Device& d : devices) close(d.fd);
+    if (queryFd >= 0) close(queryFd);
+    return 0;
+}
