@@ -85,6 +85,7 @@ bool getDomainName(int id, std::string& name) {
 }
 
 bool getDomainName(const BaseDomain* domain, std::string& name) {
+    if (domain == nullptr) return false;
     int id = domain->getDomainId();
     bool isContainer = id == kDomainContainerId;
     if (isContainer) id = static_cast<const DomainContainer*>(domain)->getElementDomainId();

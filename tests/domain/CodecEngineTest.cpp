@@ -178,7 +178,8 @@ TEST(CodecEngineTest, ValuesAndWidths) {
         "<Probe Reset=\"12abc\" Port=\"70000\" Small=\"300\" Wide=\"-2\" Text=\"toolong\" AsInt=\"7\" "
         "AsFloat=\"3.9\" "
         "Mandatory=\"1\"><Numbers><Number Number=\"1\" /><Other /><Number Number=\"2\" /></Numbers>"
-        "<ListOptional><Anything IP=\"a\" /><InetAddr IP=\"b\" /></ListOptional><Inner Value=\"8\" "
+        "<Unknown><Deeper /></Unknown><ListOptional><Anything IP=\"a\" /><InetAddr IP=\"b\" "
+        "/></ListOptional><Inner Value=\"8\" "
         "/></Probe>");
     std::strcpy(probe.text, "old");
     testing::internal::CaptureStdout();

@@ -7,6 +7,7 @@
 #include "domain/DomainContainer.h"
 #include "domain/DomainFactory.h"
 #include "domain/DomainXmlFactory.h"
+#include "domain/codecs/ThermalTemperatureMeasureParamXml.h"
 #include "domain/records/ChannelInfo.h"
 #include "domain/records/EtResult.h"
 
@@ -117,6 +118,8 @@ TEST(FactoryTest, ListKeysAndTheListRule) {
 TEST(FactoryTest, Codecs) {
     std::unique_ptr<IDomainXml> codec(createDomainXml(144));
     EXPECT_TRUE(codec);
+    std::unique_ptr<IDomainXml> thermal(createDomainXml(6405));
+    EXPECT_TRUE(dynamic_cast<ThermalTemperatureMeasureParamXml*>(thermal.get()));
     std::unique_ptr<IDomainXml> base(createDomainXml(0));
     EXPECT_TRUE(dynamic_cast<BaseDomainXml*>(base.get()));
     std::string lines = traced([] {
