@@ -4,6 +4,7 @@
 // on top of the XML library.
 #include <benchmark/benchmark.h>
 #include <tinyxml.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <map>
@@ -92,19 +93,30 @@ BENCHMARK(BM_TinyXmlParse);
 // kept for the ratio line (CPU time, since the machine may be shared).
 class RatioReporter : public benchmark::ConsoleReporter {
   public:
+    // Colours only on a terminal.
+    RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                m_times[run.run_name.function_name] = run.GetAdjustedCPUTime();
+            if (run.error_occurred) {
+                continue;
+            }
+            const std::string& name = run.run_name.function_name;
+            if (run.run_type == Run::RT_Iteration) {
+                m_times[name] = run.GetAdjustedCPUTime();
+            } else if (run.aggregate_name == "mean") {
+                m_means[name] = run.GetAdjustedCPUTime();
             }
         }
         ConsoleReporter::ReportRuns(runs);
     }
 
+    // The ratio of the means when repetitions ran, else of the single runs.
     void printRatio() const {
-        auto parse = m_times.find("BM_ParseCommand");
-        auto bare = m_times.find("BM_TinyXmlParse");
-        if (parse == m_times.end() || bare == m_times.end() || bare->second <= 0) {
+        const std::map<std::string, double>& times = m_means.empty() ? m_times : m_means;
+        auto parse = times.find("BM_ParseCommand");
+        auto bare = times.find("BM_TinyXmlParse");
+        if (parse == times.end() || bare == times.end() || bare->second <= 0) {
             return;
         }
         std::printf("reply of %u bytes: parseCommand / bare TinyXML parse = %.2f (CPU time)\n",
@@ -113,6 +125,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
   private:
     std::map<std::string, double> m_times;
+    std::map<std::string, double> m_means;
 };
 
 }  // namespace

@@ -79,7 +79,8 @@ TEST(BodyParserChoice, ByCommandIdentifier) {
     };
     for (const Row& row : rows) {
         SafePointer<ICommandBodyParser> parser(createBodyParser(row.id));
-        EXPECT_EQ(row.type, typeid(*parser.get())) << row.id;
+        const ICommandBodyParser& made = *parser;
+        EXPECT_EQ(row.type, typeid(made)) << row.id;
     }
 }
 

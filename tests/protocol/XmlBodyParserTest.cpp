@@ -239,9 +239,10 @@ TEST(XmlBody, TextsThatAreNoDocumentFail) {
 }
 
 TEST(XmlBody, LeadBytesAtTheEndStayInsideTheText) {
-    // A UTF-8 lead byte announces up to three more bytes; at the end of the
-    // text the XML library would step over the terminating zero. Whatever the
-    // result, nothing is read behind the text (checked by sanitizer builds).
+    // A UTF-8 lead byte announces up to three more bytes; near the end of the
+    // text the XML library can step over the terminating zero (seen in fuzzing;
+    // fuzz/corpus/parse_command/utf8-lead-bytes.bin). Whatever the result,
+    // nothing may be read behind the text (sanitizer builds check it).
     const std::string ends[] = {"\xE1", "\xF0", "\xF0\x90", "\xF4\x8F\xBF", "\xFF\xFF"};
     const std::string starts[] = {"<P>", "<P><A>x", "<P \xE1", "<P><A B=\"", "<P>" + std::string(97, '\xE1')};
     for (const std::string& start : starts) {
