@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "DatagramBytes.h"
@@ -219,6 +220,59 @@ TEST(DiscoveryCommandReceiver, EdgeFormsThatDecode) {
     Records b;
     ASSERT_EQ(0, handle(dg, b));
     EXPECT_EQ("big", b.summary.getDeviceId());
+}
+
+// Mutated and cut copies of valid datagrams of all three forms: whatever the
+// bytes, the decoder answers with a code and never reads outside the datagram.
+TEST(DiscoveryCommandReceiver, MutatedDatagramsNeverCrash) {
+    DeviceInfoFields f;
+    std::strcpy(f.m_szDeviceId, "seed");
+    std::strcpy(f.m_szDeviceIP, "198.51.100.2");
+    MulticastCommand m(f);
+    DeviceSummaryInfo s;
+    s.setDeviceId("seed");
+    BroadcastCommand b(s, DeviceNetwork());
+    DeviceBaseInfo info;
+    info.setDeviceID("seed");
+    DeviceBaseInfoCommand d(info);
+    const Bytes seeds[] = {wrap(m), wrap(b), wrap(d)};
+
+    std::mt19937 random(20240501u);
+    int decoded = 0;
+    for (int round = 0; round < 6000; ++round) {
+        Bytes datagram = seeds[round % 3];
+        const int edits = 1 + int(random() % 8);
+        for (int e = 0; e < edits; ++e) {
+            const size_t at = random() % datagram.size();
+            switch (random() % 4) {
+                case 0:
+                    datagram[at] = uint8_t(random());
+                    break;
+                case 1:
+                    datagram.resize(at == 0 ? 1 : at);
+                    break;
+                case 2:
+                    // Keep the envelope's length consistent so that the head and body get exercised.
+                    dgram::putBig32(datagram, 20, uint32_t(datagram.size() - 24));
+                    break;
+                default:
+                    if (datagram.size() >= 100) dgram::putBig32(datagram, 96, uint32_t(random()));
+                    break;
+            }
+            if (datagram.size() < 24) break;
+        }
+        // The receive buffer is exactly as large as the datagram here, so any
+        // read past its end is a read outside the block.
+        CommandBuffer in = dgram::buffer(datagram);
+        Records r;
+        DiscoveryCommandReceiver receiver;
+        const int result = receiver.handle(in, r.access, r.summary, r.network);
+        EXPECT_TRUE(result == 0 || result == -231 || result == -233 || result == -401 || result == -402 ||
+                    result == -404)
+            << result;
+        if (result == 0) ++decoded;
+    }
+    EXPECT_GT(decoded, 0);
 }
 
 }  // namespace
