@@ -1,0 +1,96 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Product/Technic/GThread.h"
+#include "Product/Technic/OLMutex.h"
+#include "Product/Technic/SafePointer.h"
+#include "domain/records/DeviceSummaryInfo.h"
+#include "domain/records/InetAddr.h"
+#include "transport/CommandBuffer.h"
+#include "transport/SocketHandle.h"
+#include "transport/SocketReadSelect.h"
+
+class CommandParam;
+class ICommandProtocolParser;
+class IDeviceDiscoveryListener;
+class ITransfer;
+
+// The asking half of the multicast search. On each adapter it opens a send
+// socket on the group port and a read socket on the next port, both bound to
+// the adapter's first IPv4 address and joined to the group. A GThread worker
+// sends the SDK query 30539 on every send socket once per send interval and
+// reads the answers in between; every answer that carries a DeviceSummaryInfo
+// goes to the listener, on the worker. It runs until stop().
+class DeviceDiscoveryServiceImpl {
+  public:
+    static constexpr const char* kGroupAddress = "234.5.6.7";
+    static constexpr const char* kGroupAddress6 = "ff12::1";
+    static constexpr unsigned short kGroupPort = 31001;
+    static constexpr int kDefaultSendInterval = 10;  // seconds
+    static constexpr int kWaitMs = 2000;
+    static constexpr int kRecvTimeoutMs = 1000;
+    static constexpr int kSendTimeoutMs = 3000;
+    static constexpr int kRecvBufferBytes = 1048576;
+
+    DeviceDiscoveryServiceImpl();
+    ~DeviceDiscoveryServiceImpl();
+    DeviceDiscoveryServiceImpl(const DeviceDiscoveryServiceImpl&) = delete;
+    DeviceDiscoveryServiceImpl& operator=(const DeviceDiscoveryServiceImpl&) = delete;
+
+    // The setters are called while the worker is stopped.
+    void setAdapters(const std::vector<std::string>& adapters);
+    void setGroup(const InetAddr& group);
+    void setSuppressDuplicates(bool on);
+    void setSendInterval(int seconds);
+    // A null listener is refused with the pointer's own failure (OLRuntimeError).
+    void setListener(SafePointer<IDeviceDiscoveryListener> listener);
+
+    // 0; -11 already running; -661 not configured (no adapter, no group or no
+    // listener); -12 the worker could not start. An adapter whose sockets
+    // cannot be opened is skipped; with none opened the result is still 0 and
+    // the worker ends on its first pass.
+    int start();
+    // Ends the worker, leaves the group, closes every socket and forgets the
+    // records delivered so far. The settings stay.
+    void stop();
+
+    // Inspection for diagnostics and tests.
+    bool isRunning();
+    size_t getReadTransferCount() const { return m_mapReadTransfers.size(); }
+    size_t getSendTransferCount() const { return m_mapSendTransfers.size(); }
+    std::vector<SocketHandle> getReadSocketHandles() const;
+    std::vector<SocketHandle> getSendSocketHandles() const;
+    int getReadinessTotal() { return m_objReadSelect.getTotal(); }
+    size_t getSummaryCount() const { return m_vecSummaries.size(); }
+
+  private:
+    // The worker's loop body; -1 ends the worker (no read socket left).
+    int runOnce();
+    int openTransfers();
+    int openTransfer(const InetAddr& address, const std::string& adapter, SafePointer<ITransfer>& out);
+    int sendQuery();
+    int receive(ITransfer& transfer, SafePointer<CommandParam>& param);
+    int handleCommand(const SafePointer<CommandParam>& param);
+    void closeTransfers(std::map<SocketHandle, SafePointer<ITransfer>>& transfers);
+
+    OLMutex m_objLock;
+    SafePointer<GThread> m_pThread;
+    SafePointer<ICommandProtocolParser> m_pParser;
+    SafePointer<IDeviceDiscoveryListener> m_pListener;
+    SocketReadSelect m_objReadSelect;
+    std::map<SocketHandle, SafePointer<ITransfer>> m_mapReadTransfers;
+    std::map<SocketHandle, SafePointer<ITransfer>> m_mapSendTransfers;
+    std::vector<std::string> m_vecAdapters;
+    bool m_bSuppressDuplicates;
+    InetAddr m_objGroup;
+    int m_nSendInterval;
+    // Tick of the last query (monotonic milliseconds); none yet after start().
+    bool m_bSent;
+    uint32_t m_nLastSend;
+    std::vector<DeviceSummaryInfo> m_vecSummaries;
+    CommandBuffer m_objRecvBuffer;
+};

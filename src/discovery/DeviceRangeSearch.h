@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+class DeviceRangeSearchThread;
+class IDeviceSearcherListener;
+
+// Handle through which the search controller drives the range search: one
+// owned engine and one forwarding member per operation.
+class DeviceRangeSearch {
+  public:
+    DeviceRangeSearch();
+    ~DeviceRangeSearch();
+    DeviceRangeSearch(const DeviceRangeSearch&) = delete;
+    DeviceRangeSearch& operator=(const DeviceRangeSearch&) = delete;
+
+    bool addRange(const char* first, const char* last);
+    void clearRange();
+    void setPort(unsigned short port);
+    void setPassLimit(int limit);
+    void setSuppressDuplicates(bool on);
+    void setListener(IDeviceSearcherListener* listener);
+    int start();
+    void stop();
+
+  private:
+    std::unique_ptr<DeviceRangeSearchThread> m_pImpl;
+};

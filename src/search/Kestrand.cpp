@@ -1,0 +1,11 @@
+#include "devsearch/Kestrand.h"
+
+Kestrand::Kestrand() = default;
+
+Kestrand::Kestrand(const Kestrand&) {}
+
+Kestrand::~Kestrand() = default;
+
+Kestrand& Kestrand::operator=(const Kestrand&) {
+    return *this;
+}
