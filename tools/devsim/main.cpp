@@ -64,6 +64,7 @@ const char* const kUsage =
     "  --range FIRST-LAST       one device on each address of the range\n"
     "  --form 16|20|23|mixed    announcement form (default mixed: 23, 20, 16 by index)\n"
     "  --announce-interval S    seconds between announcements; 0 never (default 2)\n"
+    "  --no-announce            send no announcement (the interval still paces --push-to)\n"
     "  --no-query-answer        do not answer the multicast query\n"
     "  --no-range-answer        do not answer the range query\n"
     "  --port P                 port of the range query (default 30001)\n"
@@ -76,6 +77,8 @@ const char* const kUsage =
     "  --first-index N          index of the first device (default 0)\n"
     "  --malformed-range ADDR   the device on ADDR answers the range query with garbage\n"
     "  --malformed-query ADDR   the device on ADDR answers the multicast query with garbage\n"
+    "  --push-to ADDR           also send the query answer unasked to ADDR port 31002 at\n"
+    "                           every announcement (a device that answers late)\n"
     "  --seconds N              exit after N seconds (default: run until a signal)\n"
     "  --ready-file PATH        write PATH once every socket is open\n"
     "  --verbose                log every query on standard error\n"
@@ -221,6 +224,8 @@ int main(int argc, char** argv) {
     long announceMs = 2000, rangePort = 30001, controlPort = 30001, httpPort = 80, seconds = -1,
          firstIndex = 0;
     bool answerQuery = true, answerRange = true, verbose = false;
+    std::vector<uint32_t> pushTo;
+    bool announce = true;
 
     auto addAddress = [&](uint32_t host) {
         if (seen.insert(host).second) addresses.push_back(host);
@@ -259,6 +264,8 @@ int main(int argc, char** argv) {
             const double s = std::strtod(v.c_str(), &end);
             if (*end != '\0' || s < 0 || s > 86400) return usageError("bad --announce-interval '" + v + "'");
             announceMs = static_cast<long>(s * 1000);
+        } else if (a == "--no-announce") {
+            announce = false;
         } else if (a == "--no-query-answer") {
             answerQuery = false;
         } else if (a == "--no-range-answer") {
@@ -281,6 +288,10 @@ int main(int argc, char** argv) {
             uint32_t host = 0;
             if (!value(v) || !parseAddress(v, host)) return usageError(a + " needs an IPv4 address");
             (a == "--malformed-range" ? malformedRange : malformedQuery).insert(host);
+        } else if (a == "--push-to") {
+            uint32_t host = 0;
+            if (!value(v) || !parseAddress(v, host)) return usageError("--push-to needs an IPv4 address");
+            pushTo.push_back(host);
         } else if (a == "--seconds") {
             if (!value(v) || !parseNumber(v, 0, 86400, seconds)) return usageError("bad --seconds");
         } else if (a == "--ready-file") {
@@ -419,7 +430,16 @@ int main(int argc, char** argv) {
         const Clock::time_point now = Clock::now();
         if (seconds >= 0 && now - started >= std::chrono::seconds(seconds)) break;
         if (announceMs > 0 && now >= nextAnnounce) {
-            for (const Device& d : devices) sendTo(d.fd, d.announcement, groupTo);
+            if (announce) {
+                for (const Device& d : devices) sendTo(d.fd, d.announcement, groupTo);
+            }
+            for (uint32_t host : pushTo) {
+                sockaddr_in to{};
+                to.sin_family = AF_INET;
+                to.sin_addr.s_addr = htonl(host);
+                to.sin_port = htons(kQueryPort + 1);
+                for (const Device& d : devices) sendTo(d.fd, d.queryAnswer, to);
+            }
             nextAnnounce = now + std::chrono::milliseconds(announceMs);
         }
         int waitMs = 200;

@@ -1,0 +1,147 @@
+#include "E2eSupport.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace e2e {
+
+NsProcess::NsProcess(const testsupport::Netns& ns, const std::string& program,
+                     const std::vector<std::string>& args, const std::string& stdoutPath) {
+    std::vector<std::string> all{program};
+    all.insert(all.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& a : all) argv.push_back(&a[0]);
+    argv.push_back(nullptr);
+    const int nsFd = ns.fd();
+    m_nPid = fork();
+    if (m_nPid < 0) throw std::runtime_error("fork failed");
+    if (m_nPid == 0) {
+        if (setns(nsFd, CLONE_NEWNET) != 0) _exit(126);
+        if (!stdoutPath.empty()) {
+            const int out = open(stdoutPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (out < 0) _exit(126);
+            dup2(out, STDOUT_FILENO);
+            close(out);
+        }
+        const int null = open("/dev/null", O_WRONLY);
+        if (null >= 0) dup2(null, STDERR_FILENO);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+}
+
+NsProcess::~NsProcess() {
+    if (m_nPid <= 0) return;
+    kill(m_nPid, SIGTERM);
+    int status = 0;
+    waitpid(m_nPid, &status, 0);
+}
+
+int NsProcess::wait(std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (m_nPid > 0) {
+        int status = 0;
+        const pid_t done = waitpid(m_nPid, &status, WNOHANG);
+        if (done == m_nPid) {
+            m_nPid = -1;
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) return -1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return -1;
+}
+
+Devsim::Devsim(const testsupport::Netns& ns, const std::string& range,
+               const std::vector<std::string>& options) {
+    char ready[] = "/tmp/ds-e2e-ready-XXXXXX";
+    const int fd = mkstemp(ready);
+    if (fd < 0) throw std::runtime_error("mkstemp failed");
+    close(fd);
+    m_strReady = ready;
+    std::vector<std::string> args{"--range", range, "--ready-file", m_strReady};
+    args.insert(args.end(), options.begin(), options.end());
+    m_pProcess = std::make_unique<NsProcess>(ns, devsimPath(), args);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (readFile(m_strReady).empty()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            unlink(m_strReady.c_str());
+            throw std::runtime_error("devsim did not come up on " + range);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    unlink(m_strReady.c_str());
+}
+
+void addAddresses(const testsupport::Netns& ns, const std::string& dev, const std::string& prefix, int first,
+                  int last, int prefixLength) {
+    char batch[] = "/tmp/ds-e2e-ip-XXXXXX";
+    const int fd = mkstemp(batch);
+    if (fd < 0) throw std::runtime_error("mkstemp failed");
+    std::string lines;
+    for (int i = first; i <= last; ++i) {
+        lines += "addr add " + prefix + "." + std::to_string(i) + "/" + std::to_string(prefixLength) +
+                 " dev " + dev + "\n";
+    }
+    const bool written = write(fd, lines.data(), lines.size()) == static_cast<ssize_t>(lines.size());
+    close(fd);
+    const std::string command = "ip -n " + ns.name() + " -batch " + batch + " 2>&1";
+    const int status = written ? std::system(command.c_str()) : -1;
+    unlink(batch);
+    if (status != 0) throw std::runtime_error("adding addresses failed: " + command);
+}
+
+void Collector::mark() {
+    std::lock_guard<std::mutex> guard(m_objLock);
+    m_objStart = std::chrono::steady_clock::now();
+}
+
+void Collector::add(const NetVideoDeviceInfo& record) {
+    std::lock_guard<std::mutex> guard(m_objLock);
+    const double at = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_objStart).count();
+    m_vecArrivals.push_back({record, at});
+    m_objChanged.notify_all();
+}
+
+bool Collector::waitFor(size_t count, std::chrono::milliseconds limit) {
+    std::unique_lock<std::mutex> guard(m_objLock);
+    return m_objChanged.wait_for(guard, limit, [&] { return m_vecArrivals.size() >= count; });
+}
+
+std::vector<Arrival> Collector::take() {
+    std::lock_guard<std::mutex> guard(m_objLock);
+    std::vector<Arrival> out;
+    out.swap(m_vecArrivals);
+    return out;
+}
+
+size_t Collector::size() {
+    std::lock_guard<std::mutex> guard(m_objLock);
+    return m_vecArrivals.size();
+}
+
+std::string devsimPath() {
+    return DS_E2E_DEVSIM;
+}
+std::string devsearchPath() {
+    return DS_E2E_DEVSEARCH;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+}  // namespace e2e
