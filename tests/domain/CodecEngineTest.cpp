@@ -24,6 +24,7 @@ class Probe : public BaseDomain {
     int logged = 6;
     int mandatory = 0;
     int after = 0;
+    int kept = 8;
     unsigned short port = 0;
     unsigned char small = 0;
     int64_t wide = 0;
@@ -69,6 +70,7 @@ class Probe : public BaseDomain {
         if (r.mandatoryChild) v.child("MustHave", P::Mandatory, r.childReset);
         v.attr("Mandatory", P::Mandatory, r.mandatory);
         v.attr("After", P::Reset, r.after);
+        v.attr("Kept", P::Reset, r.kept, Item().keep());
     }
 };
 
@@ -99,7 +101,7 @@ TEST(CodecEngineTest, BuildWritesEveryItemInOrder) {
     EXPECT_EQ(
         "<Probe Reset=\"3\" Optional=\"5\" Logged=\"6\" Port=\"8000\" Small=\"0\" Wide=\"5\" Text=\"abcd\" "
         "AsInt=\"2\" "
-        "AsFloat=\"9\" Absent=\"0\" Mandatory=\"0\" After=\"0\">\n"
+        "AsFloat=\"9\" Absent=\"0\" Mandatory=\"0\" After=\"0\" Kept=\"8\">\n"
         "\t<ChildOptional IP=\"10.0.0.1\" PORT=\"0\" IPProtoVer=\"0\" />\n"
         "\t<ChildReset IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
         "\t<Machines />\n"
@@ -138,6 +140,7 @@ TEST(CodecEngineTest, PresenceWordsOnAbsentItems) {
     EXPECT_TRUE(probe.listLogged.empty());
     EXPECT_EQ(2u, probe.listOptional.size());
     EXPECT_EQ(42, probe.inner);  // optional inline child absent: its fields stay
+    EXPECT_EQ(8, probe.kept);    // a kept field keeps its value though it is reset
     EXPECT_EQ(
         "ProbeXml::parseDomainXmlNode get Logged failed \n"
         "getProperty get nAbsent =0 failed \n"

@@ -387,14 +387,12 @@ class ParseVisitor {
     bool read(const char* tag, W& value) {
         return readFrom(m_node, tag, value);
     }
+    // A failed read leaves value as it was.
     template <class W>
     static bool readFrom(NodePtr& node, const char* tag, W& value) {
         if (node.isNull()) return false;
         W got = value;
-        if (!node->getProperty(tag, &got)) {
-            value = got;  // the int read leaves 0 behind
-            return false;
-        }
+        if (!node->getProperty(tag, &got)) return false;
         value = got;
         return true;
     }
