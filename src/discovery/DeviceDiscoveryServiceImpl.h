@@ -64,6 +64,7 @@ class DeviceDiscoveryServiceImpl {
     size_t getSendTransferCount() const { return m_mapSendTransfers.size(); }
     std::vector<SocketHandle> getReadSocketHandles() const;
     std::vector<SocketHandle> getSendSocketHandles() const;
+    // Blocks while the worker waits for datagrams (up to 2 seconds).
     int getReadinessTotal() { return m_objReadSelect.getTotal(); }
     size_t getSummaryCount() const { return m_vecSummaries.size(); }
 

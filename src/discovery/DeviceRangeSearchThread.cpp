@@ -195,11 +195,8 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
     }
     int sent = 0;
     for (uint32_t address : m_vecBatch) {
-        // Unbound and non-blocking: the system gives it a port with the send.
-        auto socket = std::make_unique<Socket>(1, 2);
-        if (socket->open()) {
-            socket->setNonBlocking(true);
-            socket->setRecvBufferSize(kSocketRecvBufferBytes);
+        std::unique_ptr<Socket> socket = openQuerySocket();
+        if (socket) {
             sockaddr_in to{};
             to.sin_family = AF_INET;
             to.sin_port = htons(m_nPort);
@@ -217,6 +214,16 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
             pause(kLaterPassPauseMs);
         }
     }
+}
+
+std::unique_ptr<Socket> DeviceRangeSearchThread::openQuerySocket() {
+    // Unbound: the system gives it a port with the first send.
+    auto socket = std::make_unique<Socket>(1, 2);
+    if (!socket->open()) return nullptr;
+    socket->setNonBlocking(true);
+    // Beyond the system's limit where the process may.
+    socket->setRecvBufferSize(kSocketRecvBufferBytes);
+    return socket;
 }
 
 void DeviceRangeSearchThread::receivePhase() {

@@ -67,6 +67,9 @@ class DeviceRangeSearchThread : public OLThread {
     size_t getResultCount() const { return m_vecResults.size(); }
     // Sequence number that the next batch's query will carry.
     static uint16_t peekSequence();
+    // A socket as each query gets it: IPv4 datagram, unbound, non-blocking,
+    // asking for a 1 MB receive buffer. Null when no socket can be made.
+    static std::unique_ptr<Socket> openQuerySocket();
 
   protected:
     int run() override;

@@ -1,5 +1,8 @@
 // The discovery service in network namespaces: every datagram stays inside
 // the namespaces of the rig.
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -198,6 +201,20 @@ TEST_F(DiscoveryServiceTest, AsksOnEveryAdapterAndDeliversEachAnswer) {
     const DeviceSummaryInfo a = m_pCollector->records()[ids[0] == "device-A" ? 0 : 1];
     EXPECT_EQ(testpeer::makeSummary("device-A", "IPC-1", "t0").getSN(), a.getSN());
     EXPECT_EQ("8080", a.getHttpPort());
+
+    // Every socket asks for a large receive buffer and, as root, gets it
+    // beyond the system's limit (the kernel reports twice what it grants).
+    if (geteuid() == 0) {
+        std::vector<SocketHandle> handles = m_service.getReadSocketHandles();
+        const std::vector<SocketHandle> send = m_service.getSendSocketHandles();
+        handles.insert(handles.end(), send.begin(), send.end());
+        for (SocketHandle handle : handles) {
+            int size = 0;
+            socklen_t length = sizeof(size);
+            ASSERT_EQ(0, getsockopt(handle, SOL_SOCKET, SO_RCVBUF, &size, &length));
+            EXPECT_GE(size, 2 * DeviceDiscoveryServiceImpl::kRecvBufferBytes);
+        }
+    }
 
     // Both sockets of each adapter joined the group there.
     m_pRig->client().run([&] {

@@ -1,6 +1,8 @@
 // The range search: address lists without any network, batches and answers
 // inside a private loopback namespace.
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -19,6 +21,7 @@
 #include "discovery/DeviceRangeSearchThread.h"
 #include "discovery/ScriptedPeer.h"
 #include "support/NetnsRig.h"
+#include "transport/Socket.h"
 
 namespace {
 
@@ -111,6 +114,23 @@ TEST(RangeListTest, AddsRangesInOrderOnceAndRefusesBadText) {
     // Once cleared, an address counts as new again.
     EXPECT_TRUE(search.addRange("10.0.0.5", "10.0.0.5"));
     EXPECT_EQ(1u, search.getAddresses().size());
+}
+
+TEST(RangeListTest, QuerySocketsAreNonBlockingWithALargeReceiveBuffer) {
+    std::unique_ptr<Socket> socket = DeviceRangeSearchThread::openQuerySocket();
+    ASSERT_TRUE(socket);
+    EXPECT_NE(0, fcntl(socket->getHandle(), F_GETFL) & O_NONBLOCK);
+    int size = 0;
+    ASSERT_TRUE(socket->getRecvBufferSize(&size));
+    // The kernel reports twice what it grants. Without the privilege to pass
+    // the system's limit the request is cut to that limit.
+    if (geteuid() == 0) {
+        EXPECT_GE(size, 2 * DeviceRangeSearchThread::kSocketRecvBufferBytes);
+    }
+    sockaddr_in local{};
+    socklen_t length = sizeof(local);
+    ASSERT_EQ(0, getsockname(socket->getHandle(), reinterpret_cast<sockaddr*>(&local), &length));
+    EXPECT_EQ(0, local.sin_port);  // unbound until the first send
 }
 
 TEST(RangeListTest, AnEmptyListEndsAtOnce) {
