@@ -168,7 +168,8 @@ int DeviceRangeSearchThread::run() {
                 OLMutexGuard guard(m_objAddressLock, __FILE__, __LINE__);
                 m_bFirstPass = false;
             }
-            if (m_nPassLimit != -1 && passes >= m_nPassLimit) break;
+            const int limit = m_nPassLimit;
+            if (limit != -1 && passes >= limit) break;
         }
     } catch (const std::exception& e) {
         // Nothing catches above an OLThread's run(): end the search instead.
@@ -193,13 +194,14 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
         OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n", -234);
         return;
     }
+    const unsigned short port = m_nPort;
     int sent = 0;
     for (uint32_t address : m_vecBatch) {
         std::unique_ptr<Socket> socket = openQuerySocket();
         if (socket) {
             sockaddr_in to{};
             to.sin_family = AF_INET;
-            to.sin_port = htons(m_nPort);
+            to.sin_port = htons(port);
             to.sin_addr.s_addr = htonl(address);
             // An address that cannot be reached simply gives no answer.
             ::sendto(socket->getHandle(), query.getCursor(), query.getLength(), 0,
@@ -315,7 +317,8 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
     record.setVersion(version);
     record.setProductModel(summary.getProductModel());
 
-    if (m_bSuppressDuplicates) {
+    const bool suppress = m_bSuppressDuplicates;
+    if (suppress) {
         for (auto it = m_vecResults.begin(); it != m_vecResults.end(); ++it) {
             if (it->getDeviceId() != record.getDeviceId()) continue;
             if (*it == record) return;
@@ -327,7 +330,7 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onSearchResult(record);
     }
-    if (m_bSuppressDuplicates) m_vecResults.push_back(record);
+    if (suppress) m_vecResults.push_back(record);
 }
 
 void DeviceRangeSearchThread::pause(int ms) {

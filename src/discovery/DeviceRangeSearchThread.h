@@ -86,15 +86,17 @@ class DeviceRangeSearchThread : public OLThread {
     OLMutex m_objAddressLock;  // addresses, known addresses, first pass
     std::vector<uint32_t> m_vecAddresses;
     std::vector<uint32_t> m_vecBatch;
-    unsigned short m_nPort;
+    // The settings may change while a run goes on (a start that then finds
+    // the thread running); the run reads each where it uses it.
+    std::atomic<unsigned short> m_nPort;
     std::atomic<bool> m_bStop;
     IDeviceSearcherListener* m_pListener;
     OLMutex m_objListenerLock;
     std::vector<std::unique_ptr<Socket>> m_vecSockets;
     bool m_bFirstPass;
     std::set<uint32_t> m_setKnownAddresses;
-    int m_nPassLimit;
+    std::atomic<int> m_nPassLimit;
     int m_nRepeatInterval;  // seconds; no setter, stays 0
-    bool m_bSuppressDuplicates;
+    std::atomic<bool> m_bSuppressDuplicates;
     std::vector<NetVideoDeviceInfo> m_vecResults;
 };
