@@ -263,11 +263,11 @@ int DeviceDiscoveryServiceImpl::runOnce() {
         SafePointer<CommandParam> param;
         const int received = receive(*found->second, param);
         if (received == kTransferRecvTimeout) continue;
-        if (received != 0 && received != kNotParsed && received != kTransferRecvFailed) {
-            // The transfer itself is unusable. A bad datagram (one that does not
-            // parse, is empty or is longer than 5600 bytes) only costs itself:
-            // datagram sockets keep no error, and one stray datagram must not
-            // deafen an adapter.
+        if (received != 0) {
+            // Any failure but a time-out, a datagram that does not parse
+            // included, takes the socket out of readiness: the adapter goes on
+            // sending queries but is not heard again until the next start. The
+            // entry stays in the read transfers, so the loop keeps running.
             m_objReadSelect.removeSocket(handle);
         }
         const int handled = handleCommand(param);

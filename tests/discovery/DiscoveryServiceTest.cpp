@@ -330,8 +330,10 @@ TEST_F(DiscoveryServiceTest, AsksAgainAfterTheSendInterval) {
     EXPECT_LE(second - first, 3500ms);
 }
 
-// Bad datagrams on the read port: each one is dropped, and the service still
-// hears the good answer that follows it.
+// Bad datagrams on the read port of adapter A: nothing is delivered, the
+// process and the worker go on, adapter B keeps hearing answers, and a restart
+// hears A again. A datagram that does not parse takes A's read socket out of
+// readiness, so a good answer right behind it on A is not heard.
 class DiscoveryServiceBadInputTest : public ::testing::TestWithParam<testpeer::BadInput> {
   protected:
     static void SetUpTestSuite() {
@@ -344,13 +346,15 @@ class DiscoveryServiceBadInputTest : public ::testing::TestWithParam<testpeer::B
         }
         s_pListener = new SafePointer<CollectingListener>(makeSafePointer<CollectingListener>());
         s_pService = new DeviceDiscoveryServiceImpl();
-        s_pService->setAdapters({s_pRig->linkA().clientIf});
+        s_pService->setAdapters({s_pRig->linkA().clientIf, s_pRig->linkB().clientIf});
         s_pService->setListener(SafePointer<IDeviceDiscoveryListener>(*s_pListener));
-        s_pRig->client().run([] { ASSERT_EQ(0, s_pService->start()); });
-        s_pPeer = new ScriptedPeer(s_pRig->lanA(), 31001, s_pRig->linkA().peerIp4);
+        s_pPeerA = new ScriptedPeer(s_pRig->lanA(), 31001, s_pRig->linkA().peerIp4);
+        s_pPeerB = new ScriptedPeer(s_pRig->lanB(), 31001, s_pRig->linkB().peerIp4);
     }
     static void TearDownTestSuite() {
-        delete s_pPeer;
+        if (s_pService != nullptr) s_pService->stop();
+        delete s_pPeerA;
+        delete s_pPeerB;
         delete s_pService;
         delete s_pListener;
         s_pRig.reset();
@@ -360,31 +364,59 @@ class DiscoveryServiceBadInputTest : public ::testing::TestWithParam<testpeer::B
             if (testsupport::netnsRequired()) FAIL() << "network namespaces are required here";
             GTEST_SKIP() << "network namespaces unavailable";
         }
+        // Every case starts on fresh sockets.
+        s_pService->stop();
+        (*s_pListener)->clear();
+        s_pRig->client().run([] { ASSERT_EQ(0, s_pService->start()); });
     }
 
     static std::unique_ptr<testsupport::NetnsRig> s_pRig;
     static SafePointer<CollectingListener>* s_pListener;
     static DeviceDiscoveryServiceImpl* s_pService;
-    static ScriptedPeer* s_pPeer;
+    static ScriptedPeer* s_pPeerA;
+    static ScriptedPeer* s_pPeerB;
 };
 
 std::unique_ptr<testsupport::NetnsRig> DiscoveryServiceBadInputTest::s_pRig;
 SafePointer<CollectingListener>* DiscoveryServiceBadInputTest::s_pListener = nullptr;
 DeviceDiscoveryServiceImpl* DiscoveryServiceBadInputTest::s_pService = nullptr;
-ScriptedPeer* DiscoveryServiceBadInputTest::s_pPeer = nullptr;
+ScriptedPeer* DiscoveryServiceBadInputTest::s_pPeerA = nullptr;
+ScriptedPeer* DiscoveryServiceBadInputTest::s_pPeerB = nullptr;
 
-TEST_P(DiscoveryServiceBadInputTest, IsDroppedAndTheNextAnswerStillArrives) {
+TEST_P(DiscoveryServiceBadInputTest, DeliversNothingAndTheOtherAdapterKeepsHearing) {
     CollectingListener& collector = **s_pListener;
-    collector.clear();
-    const std::string id = "good-after-" + GetParam().name;
-    const std::string client = s_pRig->linkA().clientIp4;
-    s_pPeer->send({{GetParam().bytes, client, 31002, ""}, {answer(id), client, 31002, ""}});
+    const std::string clientA = s_pRig->linkA().clientIp4;
+    const std::string clientB = s_pRig->linkB().clientIp4;
+    s_pPeerA->send({{GetParam().bytes, clientA, 31002, ""}});
+    std::this_thread::sleep_for(200ms);
+    s_pPeerB->send({{answer("on-b"), clientB, 31002, ""}});
     ASSERT_TRUE(collector.waitFor(1));
     std::this_thread::sleep_for(100ms);
-    EXPECT_EQ(std::vector<std::string>{id}, collector.ids());
-    // The good answer came through the same read socket, so the bad datagram
-    // did not take it out of the readiness set.
+    EXPECT_EQ(std::vector<std::string>{"on-b"}, collector.ids());
     EXPECT_TRUE(s_pService->isRunning());
+}
+
+TEST_F(DiscoveryServiceBadInputTest, DatagramThatDoesNotParseDeafensItsAdapterUntilRestart) {
+    CollectingListener& collector = **s_pListener;
+    const std::string clientA = s_pRig->linkA().clientIp4;
+    const std::string clientB = s_pRig->linkB().clientIp4;
+    Bytes truncated = answer("cut");
+    truncated.resize(20);
+    s_pPeerA->send({{truncated, clientA, 31002, ""}});
+    std::this_thread::sleep_for(200ms);
+    s_pPeerA->send({{answer("lost-on-a"), clientA, 31002, ""}});
+    s_pPeerB->send({{answer("heard-on-b"), clientB, 31002, ""}});
+    ASSERT_TRUE(collector.waitFor(1));
+    std::this_thread::sleep_for(500ms);
+    EXPECT_EQ(std::vector<std::string>{"heard-on-b"}, collector.ids());
+    EXPECT_TRUE(s_pService->isRunning());
+
+    s_pService->stop();
+    collector.clear();
+    s_pRig->client().run([] { ASSERT_EQ(0, s_pService->start()); });
+    s_pPeerA->send({{answer("after-restart"), clientA, 31002, ""}});
+    ASSERT_TRUE(collector.waitFor(1));
+    EXPECT_EQ(std::vector<std::string>{"after-restart"}, collector.ids());
 }
 
 INSTANTIATE_TEST_SUITE_P(Datagrams, DiscoveryServiceBadInputTest,
