@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Product/Technic/OLTrace.h"
+#include "CatalogueTestSupport.h"
 #include "domain/DomainContainer.h"
 #include "domain/codecs/AlarmInStatisticXml.h"
 #include "domain/codecs/AlarmServiceParamXml.h"
@@ -23,45 +23,10 @@
 #include "domain/codecs/UserParamEventXml.h"
 #include "domain/codecs/VideoLostAlarmEventXml.h"
 #include "domain/codecs/VideoLostAlarmParamXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr alarmXml(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string alarmPrint(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-// Runs the element parse of codec C on text and hands back what it printed.
-template <class C, class R>
-bool alarmParse(const std::string& text, R& record, std::string& printed) {
-    NodePtr node = alarmXml(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    printed = testing::internal::GetCapturedStdout();
-    return ok;
-}
-
-// Raises the trace level for one scope.
-class AlarmTraceLevel {
-  public:
-    explicit AlarmTraceLevel(int level) : m_nSaved(OLTraceConfig::getInstance().getLevel()) {
-        OLTraceConfig::getInstance().setLevel(level);
-    }
-    ~AlarmTraceLevel() { OLTraceConfig::getInstance().setLevel(m_nSaved); }
-
-  private:
-    int m_nSaved;
-};
+using namespace catalogue_test;
 
 AlarmOutAction alarmOut(int id) {
     AlarmOutAction action;
@@ -75,13 +40,13 @@ TEST(AlarmCatalogue, ChannelIOAlarmEventNeedsItsChannel) {
     EXPECT_EQ(event.getChannelID(), -1);
 
     std::string printed;
-    EXPECT_FALSE(alarmParse<ChannelIOAlarmEventXml>(
+    EXPECT_FALSE(parseCaptured<ChannelIOAlarmEventXml>(
         "<ChannelIOAlarmEvent><IOAlarmEventList /></ChannelIOAlarmEvent>", event, printed));
     EXPECT_EQ(printed, "ChannelIOAlarmEventXml::parseDomainXmlNode get ChannelID failed \n");
     // The mandatory read failed before the setter: the constructor's -1 stays.
     EXPECT_EQ(event.getChannelID(), -1);
 
-    EXPECT_TRUE(alarmParse<ChannelIOAlarmEventXml>(
+    EXPECT_TRUE(parseCaptured<ChannelIOAlarmEventXml>(
         "<ChannelIOAlarmEvent ChannelID=\"3\"><IOAlarmEventList>"
         "<IOAlarmEvent><IOAlarmInSourceParam SourceID=\"7\" ValidLevel=\"1\" /></IOAlarmEvent>"
         "<Other />"
@@ -105,13 +70,13 @@ TEST(AlarmCatalogue, ActionBaseComesFirstAndConstructorValuesAreReset) {
     out.setAlarmTime(30);
     NodePtr node(new DomainXmlNode("IOAlarmOutActionParam"));
     ASSERT_TRUE(IOAlarmOutActionParamXml().createDomainXmlNode(out, node));
-    EXPECT_EQ(alarmPrint(node),
+    EXPECT_EQ(printXml(node),
               "<IOAlarmOutActionParam ActionType=\"2\" ActionID=\"5\" ActionName=\"siren &amp; light\" "
               "AlarmOutSignal=\"1\" AlarmOutMode=\"0\" AlarmOutFrequency=\"1.500000\" AlarmTime=\"30\" />\n");
 
     std::string printed;
     IOAlarmOutActionParam read;
-    EXPECT_TRUE(alarmParse<IOAlarmOutActionParamXml>(
+    EXPECT_TRUE(parseCaptured<IOAlarmOutActionParamXml>(
         "<IOAlarmOutActionParam ActionID=\"9\" AlarmOutMode=\"4\" AlarmOutFrequency=\"2.25\" />", read,
         printed));
     EXPECT_EQ(printed, "");
@@ -122,8 +87,8 @@ TEST(AlarmCatalogue, ActionBaseComesFirstAndConstructorValuesAreReset) {
 
     PTZActionParam ptz;
     EXPECT_EQ(ptz.getPTZActionID(), 3);
-    EXPECT_TRUE(alarmParse<PTZActionParamXml>("<PTZActionParam ActionName=\"preset\" PTZChannelID=\"2\" />",
-                                              ptz, printed));
+    EXPECT_TRUE(parseCaptured<PTZActionParamXml>(
+        "<PTZActionParam ActionName=\"preset\" PTZChannelID=\"2\" />", ptz, printed));
     EXPECT_EQ(ptz.getPTZActionID(), 0);
     EXPECT_EQ(ptz.getPTZChannelID(), 2);
     EXPECT_EQ(ptz.getActionName(), "preset");
@@ -141,7 +106,7 @@ TEST(AlarmCatalogue, SourceWithoutTimePlanKeepsIt) {
     source.setAlarmTime(plan);
     source.setAlarmInterval(10);
     std::string printed;
-    EXPECT_TRUE(alarmParse<IOAlarmInSourceParamXml>(
+    EXPECT_TRUE(parseCaptured<IOAlarmInSourceParamXml>(
         "<IOAlarmInSourceParam SourceID=\"4\" ValidLevel=\"1\" />", source, printed));
     EXPECT_EQ(source.getSourceID(), 4);
     EXPECT_EQ(source.getAlarmInterval(), 0);  // reset
@@ -149,7 +114,7 @@ TEST(AlarmCatalogue, SourceWithoutTimePlanKeepsIt) {
     EXPECT_EQ(source.getAlarmTime().getScheduleTimeList()[0].getEndTime(), 120);
 
     IOAlarmInSourceParam fresh;
-    EXPECT_TRUE(alarmParse<IOAlarmInSourceParamXml>("<IOAlarmInSourceParam />", fresh, printed));
+    EXPECT_TRUE(parseCaptured<IOAlarmInSourceParamXml>("<IOAlarmInSourceParam />", fresh, printed));
     EXPECT_TRUE(fresh.getAlarmTime().getScheduleTimeList().empty());
 }
 
@@ -168,7 +133,7 @@ TEST(AlarmCatalogue, ThermalLinkageNeedsAllFourLists) {
         NVRThermalAlarmLinkage linkage;
         linkage.setRecordActionParamList(std::vector<RecordActionParam>(2));
         std::string printed;
-        bool ok = alarmParse<NVRThermalAlarmLinkageXml>(text, linkage, printed);
+        bool ok = parseCaptured<NVRThermalAlarmLinkageXml>(text, linkage, printed);
         EXPECT_EQ(ok, missing < 0) << text;
         EXPECT_EQ(printed, "") << text;
         // The base attributes come first and are read before any list.
@@ -192,7 +157,7 @@ TEST(AlarmCatalogue, VideoLostEventLogsEveryMissingList) {
     event.setSMTPActionParamList(std::vector<SMTPActionParam>(3));
 
     std::string printed;
-    EXPECT_TRUE(alarmParse<VideoLostAlarmEventXml>("<VideoLostAlarmEvent />", event, printed));
+    EXPECT_TRUE(parseCaptured<VideoLostAlarmEventXml>("<VideoLostAlarmEvent />", event, printed));
     EXPECT_EQ(printed,
               "getConfigNode NODE_ALARM_LINKAGE_PARAM_LIST failed\n"
               "parseDomainXmlNode objAlarmLinkageParamList failed\n"
@@ -210,7 +175,7 @@ TEST(AlarmCatalogue, VideoLostEventLogsEveryMissingList) {
     EXPECT_EQ(event.getVideoLostAlarmParam().getSourceID(), 4);
 
     NVRIntelligenceAlarmEvent intelligence;
-    EXPECT_TRUE(alarmParse<NVRIntelligenceAlarmEventXml>(
+    EXPECT_TRUE(parseCaptured<NVRIntelligenceAlarmEventXml>(
         "<NVRIntelligenceAlarmEvent><AlarmLinkageParamList /><PTZActionParamList /><AlarmOutActionList />"
         "<RecordActionParamList /></NVRIntelligenceAlarmEvent>",
         intelligence, printed));
@@ -226,7 +191,7 @@ TEST(AlarmCatalogue, SessionParamItemNames) {
     events.getItems().push_back(event);
     NodePtr node(new DomainXmlNode("VideoLostAlarmEventList"));
     ASSERT_TRUE(VideoLostAlarmEventXml().createDomainXmlNode(&events, node));
-    std::string text = alarmPrint(node);
+    std::string text = printXml(node);
     EXPECT_EQ(text.rfind("<VideoLostAlarmEventList>\n\t<SessionParam>\n\t\t<VideoLostAlarmParam ", 0), 0u)
         << text;
     // Nested lists name their items by the nested record.
@@ -258,15 +223,15 @@ TEST(AlarmCatalogue, PirEventLinesGoThroughTheTrace) {
 
     // At the default trace level nothing reaches standard output.
     std::string printed;
-    EXPECT_TRUE(alarmParse<PIRAlarmEventXml>("<PIRAlarmEvent />", event, printed));
+    EXPECT_TRUE(parseCaptured<PIRAlarmEventXml>("<PIRAlarmEvent />", event, printed));
     EXPECT_EQ(printed, "");
     EXPECT_EQ(event.getPIRAlarmSourceParam().getSourceID(), 0);
     EXPECT_TRUE(event.getAlarmOutActionList().empty());
 
     // The child-node lines are written at level 1, with their own node names.
-    AlarmTraceLevel level(1);
-    EXPECT_TRUE(alarmParse<PIRAlarmEventXml>("<PIRAlarmEvent><RecordActionParamList /></PIRAlarmEvent>",
-                                             event, printed));
+    ScopedTrace level(1);
+    EXPECT_TRUE(parseCaptured<PIRAlarmEventXml>("<PIRAlarmEvent><RecordActionParamList /></PIRAlarmEvent>",
+                                                event, printed));
     EXPECT_EQ(printed,
               "getConfigNode NODE_PIR_ALARM_SOURCE_PARAM failed\n"
               "parseDomainXmlNode objPIRAlarmSourceParam failed\n"
@@ -283,7 +248,7 @@ TEST(AlarmCatalogue, UserParamEventShortLinesAndItemName) {
     event.setUserName("admin");
     event.setEventId(12);
     std::string printed;
-    EXPECT_TRUE(alarmParse<UserParamEventXml>("<UserParamEvent />", event, printed));
+    EXPECT_TRUE(parseCaptured<UserParamEventXml>("<UserParamEvent />", event, printed));
     EXPECT_EQ(printed, "getProperty get UserName failed \ngetProperty get EventId failed \n");
     EXPECT_EQ(event.getUserName(), "");
     EXPECT_EQ(event.getEventId(), 0);
@@ -292,7 +257,7 @@ TEST(AlarmCatalogue, UserParamEventShortLinesAndItemName) {
     NodePtr list(new DomainXmlNode("UserParamEventList"));
     ASSERT_TRUE(UserParamEventXml().createDomainXmlNode(std::vector<UserParamEvent>(1, event), list));
     EXPECT_EQ(
-        alarmPrint(list),
+        printXml(list),
         "<UserParamEventList>\n\t<CloseVideo UserName=\"guest\" EventId=\"0\" />\n</UserParamEventList>\n");
 }
 
@@ -300,19 +265,19 @@ TEST(AlarmCatalogue, NarrowFieldsKeepTheirLowBits) {
     AlarmServiceParam service;
     std::string printed;
     EXPECT_TRUE(
-        alarmParse<AlarmServiceParamXml>("<AlarmServiceParam AlarmCenterEnableFlag=\"TRUE\" "
-                                         "AlarmCenterServerPort=\"70000\" IPProtoVer=\"2\" />",
-                                         service, printed));
+        parseCaptured<AlarmServiceParamXml>("<AlarmServiceParam AlarmCenterEnableFlag=\"TRUE\" "
+                                            "AlarmCenterServerPort=\"70000\" IPProtoVer=\"2\" />",
+                                            service, printed));
     EXPECT_TRUE(service.getAlarmCenterEnableFlag());
     EXPECT_EQ(service.getAlarmCenterServerPort(), 70000 - 65536);
 
     AlarmInStatistic statistic;
-    EXPECT_TRUE(alarmParse<AlarmInStatisticXml>("<AlarmInStatistic AlarmInId=\"1\" AlarmInStatus=\"300\" />",
-                                                statistic, printed));
+    EXPECT_TRUE(parseCaptured<AlarmInStatisticXml>(
+        "<AlarmInStatistic AlarmInId=\"1\" AlarmInStatus=\"300\" />", statistic, printed));
     EXPECT_EQ(statistic.getAlarmInStatus(), 300 - 256);
     NodePtr node(new DomainXmlNode("AlarmInStatistic"));
     ASSERT_TRUE(AlarmInStatisticXml().createDomainXmlNode(statistic, node));
-    EXPECT_EQ(alarmPrint(node),
+    EXPECT_EQ(printXml(node),
               "<AlarmInStatistic AlarmInId=\"1\" AlarmInStatus=\"44\" LastAlarmTime=\"0\" />\n");
 }
 
@@ -321,16 +286,16 @@ TEST(AlarmCatalogue, NvrAlarmActionOptionalItemsStay) {
     action.setEnableFlag(true);
     action.setActiveIdList(std::vector<int>{4, 5});
     std::string printed;
-    EXPECT_TRUE(alarmParse<NVRAlarmActionXml>("<NVRAlarmAction ActionType=\"3\" />", action, printed));
+    EXPECT_TRUE(parseCaptured<NVRAlarmActionXml>("<NVRAlarmAction ActionType=\"3\" />", action, printed));
     EXPECT_EQ(action.getActionType(), 3);
     EXPECT_TRUE(action.getEnableFlag());
     EXPECT_EQ(action.getActiveIdList(), (std::vector<int>{4, 5}));
 
     EXPECT_TRUE(
-        alarmParse<NVRAlarmActionXml>("<NVRAlarmAction EnableFlag=\"false\"><ActiveIdList><ActiveId "
-                                      "ActiveId=\"8\" /><Skip ActiveId=\"1\" />"
-                                      "<ActiveId ActiveId=\"9\" /></ActiveIdList></NVRAlarmAction>",
-                                      action, printed));
+        parseCaptured<NVRAlarmActionXml>("<NVRAlarmAction EnableFlag=\"false\"><ActiveIdList><ActiveId "
+                                         "ActiveId=\"8\" /><Skip ActiveId=\"1\" />"
+                                         "<ActiveId ActiveId=\"9\" /></ActiveIdList></NVRAlarmAction>",
+                                         action, printed));
     EXPECT_EQ(action.getActionType(), 0);
     EXPECT_FALSE(action.getEnableFlag());
     // Scalar items are taken by their tag only.
@@ -346,7 +311,7 @@ TEST(AlarmCatalogue, AppTokenListNestsItsOwnTag) {
     NodePtr node(new DomainXmlNode("AppTokenList"));
     ASSERT_TRUE(AppTokenListXml().createDomainXmlNode(&tokens, node));
     EXPECT_EQ(
-        alarmPrint(node),
+        printXml(node),
         "<AppTokenList>\n\t<AppTokenList>\n\t\t<AlarmPushParam ChannelID='abc&quot;1' SystemType=\"2\" />\n"
         "\t</AppTokenList>\n</AppTokenList>\n");
 

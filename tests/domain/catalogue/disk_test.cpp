@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/DomainFactory.h"
 #include "domain/DomainXmlFactory.h"
 #include "domain/codecs/BackupSettingParameterXml.h"
@@ -17,32 +18,10 @@
 #include "domain/codecs/HDStorageInitParamXml.h"
 #include "domain/codecs/NVRDeviceAbilityXml.h"
 #include "domain/codecs/RaidInfoXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr diskXml(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string diskPrint(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class C, class R>
-bool diskParse(const std::string& text, R& record, std::string& printed) {
-    NodePtr node = diskXml(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    printed = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 DiskAbility diskSampleAbility() {
     FileSystem fs;
@@ -60,7 +39,7 @@ DiskAbility diskSampleAbility() {
 TEST(DiskCatalogue, DiskAbilityRecordAbilityNeverTravels) {
     NodePtr node(new DomainXmlNode("DiskAbility"));
     ASSERT_TRUE(DiskAbilityXml().createDomainXmlNode(diskSampleAbility(), node));
-    EXPECT_EQ(diskPrint(node),
+    EXPECT_EQ(printXml(node),
               "<DiskAbility>\n"
               "\t<FileSystemList>\n"
               "\t\t<FileSystem FileSystemType=\"1\" FileSystemName=\"ext4\" />\n"
@@ -85,7 +64,8 @@ TEST(DiskCatalogue, DiskAbilityRecordAbilityNeverTravels) {
     // The RaidAbility child is reset: absent, it falls back to a default record.
     DiskAbility reset = diskSampleAbility();
     std::string printed;
-    EXPECT_TRUE(diskParse<DiskAbilityXml>("<DiskAbility><FileSystemList /></DiskAbility>", reset, printed));
+    EXPECT_TRUE(
+        parseCaptured<DiskAbilityXml>("<DiskAbility><FileSystemList /></DiskAbility>", reset, printed));
     EXPECT_FALSE(reset.getRaidAbility().getSupportRaid());
     EXPECT_TRUE(reset.getRaidAbility().getRaidLevelList().empty());
     EXPECT_TRUE(reset.getFileSystemList().empty());
@@ -114,14 +94,14 @@ TEST(DiskCatalogue, StorageInitNeedsAllThreeFlags) {
     HDStorageInitParam init;
     init.setAutoRebuild(true);
     std::string printed;
-    EXPECT_FALSE(diskParse<HDStorageInitParamXml>(
+    EXPECT_FALSE(parseCaptured<HDStorageInitParamXml>(
         "<HDStorageInitParam SupportRaid=\"true\" AutoRebuild=\"false\" />", init, printed));
     EXPECT_EQ(printed, "HDStorageInitParamXml::parseDomainXmlNode get DiskSleep failed \n");
     // The fields before the failure are set, the one after it is not read.
     EXPECT_TRUE(init.getSupportRaid());
     EXPECT_TRUE(init.getAutoRebuild());
 
-    EXPECT_TRUE(diskParse<HDStorageInitParamXml>(
+    EXPECT_TRUE(parseCaptured<HDStorageInitParamXml>(
         "<HDStorageInitParam SupportRaid=\"false\" DiskSleep=\"true\" AutoRebuild=\"false\" />", init,
         printed));
     EXPECT_EQ(printed, "");
@@ -139,7 +119,7 @@ TEST(DiskCatalogue, CycleBufferNeedsAllFiveValues) {
         text += " />";
         CycleBufferAbility buffer;
         std::string printed;
-        bool ok = diskParse<CycleBufferAbilityXml>(text, buffer, printed);
+        bool ok = parseCaptured<CycleBufferAbilityXml>(text, buffer, printed);
         EXPECT_EQ(ok, missing < 0) << text;
         EXPECT_EQ(printed, missing < 0 ? std::string()
                                        : std::string("CycleBufferAbilityXml::parseDomainXmlNode get ") +
@@ -153,7 +133,7 @@ TEST(DiskCatalogue, CycleBufferNeedsAllFiveValues) {
     preset.setBaseBlockSize(64);
     device.setCycleBufferAbility(preset);
     std::string printed;
-    EXPECT_TRUE(diskParse<NVRDeviceAbilityXml>(
+    EXPECT_TRUE(parseCaptured<NVRDeviceAbilityXml>(
         "<NVRDeviceAbility RS485Number=\"2\"><CycleBufferAbility BaseBlockSize=\"1\" /></NVRDeviceAbility>",
         device, printed));
     EXPECT_NE(printed.find("CycleBufferAbilityXml::parseDomainXmlNode get AutoBlockSize failed \n"),
@@ -169,10 +149,10 @@ TEST(DiskCatalogue, RaidInfoLogsItsLevelAndChunk) {
     raid.setEnableFlag(true);
     raid.setSpareDiskIDList(std::vector<int>{3});
     std::string printed;
-    EXPECT_TRUE(
-        diskParse<RaidInfoXml>("<RaidInfo RaidID=\"1\" RaidName=\"r0\"><DiskIDList><DiskID DiskID=\"1\" />"
-                               "<DiskID DiskID=\"2\" /></DiskIDList></RaidInfo>",
-                               raid, printed));
+    EXPECT_TRUE(parseCaptured<RaidInfoXml>(
+        "<RaidInfo RaidID=\"1\" RaidName=\"r0\"><DiskIDList><DiskID DiskID=\"1\" />"
+        "<DiskID DiskID=\"2\" /></DiskIDList></RaidInfo>",
+        raid, printed));
     EXPECT_EQ(printed,
               "RaidInfoXml::parseDomainXmlNode get Level failed \n"
               "RaidInfoXml::parseDomainXmlNode get ChunkSize failed \n");
@@ -188,8 +168,8 @@ TEST(DiskCatalogue, BackupSettingShortLines) {
     setting.setUsingDiskPath("/mnt/usb");
     setting.setUsingDiskId(4);
     std::string printed;
-    EXPECT_TRUE(diskParse<BackupSettingParameterXml>("<BackupSettingParameter RecordFileSize=\"512\" />",
-                                                     setting, printed));
+    EXPECT_TRUE(parseCaptured<BackupSettingParameterXml>("<BackupSettingParameter RecordFileSize=\"512\" />",
+                                                         setting, printed));
     EXPECT_EQ(printed, "getProperty get UsingDiskPath failed \ngetProperty get UsingDiskId failed \n");
     EXPECT_EQ(setting.getUsingDiskPath(), "");
     EXPECT_EQ(setting.getUsingDiskId(), 0);
@@ -200,7 +180,7 @@ TEST(DiskCatalogue, DiskParamFileSystemFormatIsReset) {
     DiskParam disk;
     EXPECT_EQ(disk.getFileSystemFormat(), 8);
     std::string printed;
-    EXPECT_TRUE(diskParse<DiskParamXml>("<DiskParam DiskId=\"2\" GoupId=\"3\" />", disk, printed));
+    EXPECT_TRUE(parseCaptured<DiskParamXml>("<DiskParam DiskId=\"2\" GoupId=\"3\" />", disk, printed));
     EXPECT_EQ(disk.getFileSystemFormat(), 0);
     EXPECT_EQ(disk.getGoupId(), 3);
 }
@@ -215,7 +195,7 @@ TEST(DiskCatalogue, BackupTaskRoundTrip) {
     task.setFinish(true);
     NodePtr node(new DomainXmlNode("BackupTask"));
     ASSERT_TRUE(BackupTaskXml().createDomainXmlNode(task, node));
-    std::string text = diskPrint(node);
+    std::string text = printXml(node);
     EXPECT_EQ(text.rfind("<BackupTask TaskId=\"1\" BackupDiskId=\"6\" CreateTime=\"0\" ", 0), 0u) << text;
     EXPECT_NE(text.find("BackupPath=\"/backup\" BackupPathMode=\"2\">"), std::string::npos) << text;
 
@@ -228,7 +208,7 @@ TEST(DiskCatalogue, BackupTaskRoundTrip) {
     EXPECT_TRUE(back.getFinish());
 
     std::string printed;
-    EXPECT_TRUE(diskParse<BackupTaskXml>("<BackupTask DevicePort=\"65537\" />", back, printed));
+    EXPECT_TRUE(parseCaptured<BackupTaskXml>("<BackupTask DevicePort=\"65537\" />", back, printed));
     EXPECT_EQ(back.getDevicePort(), 1);
     EXPECT_EQ(back.getBackupDiskId(), 0);
 }

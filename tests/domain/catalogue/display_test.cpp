@@ -5,27 +5,17 @@
 
 #include <string>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/HeterlogousOutputParamXml.h"
 #include "domain/codecs/LiveVideoPlayerParamXml.h"
 #include "domain/codecs/NVRManufacturerXml.h"
 #include "domain/codecs/OperateRecordPlaybackXml.h"
 #include "domain/codecs/RecordChannelPlaybackXml.h"
 #include "domain/codecs/RecordPlaybackParamXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-template <class C, class T>
-bool parseCaptured(const std::string& text, T& record, std::string& out) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    out = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 const char kRect[] =
     "<LayoutVDRectInfo DisplayId=\"1\" WindowId=\"2\" x=\"0\" y=\"0\" width=\"640\" height=\"480\" />";

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/AVStreamParamXml.h"
 #include "domain/codecs/AudioInTypeXml.h"
 #include "domain/codecs/AudioInfoXml.h"
@@ -15,44 +16,22 @@
 #include "domain/codecs/StreamConfigureXml.h"
 #include "domain/codecs/VideoEncodeQualityXml.h"
 #include "domain/codecs/VideoEncoderParamXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr encodingXml(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string encodingPrint(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class C, class R>
-bool encodingParse(const std::string& text, R& record, std::string& printed) {
-    NodePtr node = encodingXml(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    printed = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 TEST(EncodingCatalogue, InterphoneDoubleAudioFlagOwnLine) {
     AudioInterphoneConfigure config;
     config.setDoubleAudioFlag(true);
     std::string printed;
-    EXPECT_TRUE(encodingParse<AudioInterphoneConfigureXml>(
+    EXPECT_TRUE(parseCaptured<AudioInterphoneConfigureXml>(
         "<AudioInterphoneConfigure SupportFlag=\"true\" ChannelId=\"1\" />", config, printed));
     EXPECT_EQ(printed, "getProperty get bDoubleAudioFlag failed \n");
     EXPECT_FALSE(config.getDoubleAudioFlag());  // logged: reset
     EXPECT_TRUE(config.getSupportFlag());
 
-    EXPECT_TRUE(encodingParse<AudioInterphoneConfigureXml>(
+    EXPECT_TRUE(parseCaptured<AudioInterphoneConfigureXml>(
         "<AudioInterphoneConfigure DoubleAudioFlag=\"True\" />", config, printed));
     EXPECT_EQ(printed, "");
     EXPECT_TRUE(config.getDoubleAudioFlag());
@@ -64,7 +43,7 @@ TEST(EncodingCatalogue, AudioInTypeBoundsAreOptional) {
     type.setAudioInVolMax(100);
     type.setAudioInVolMin(-5);
     std::string printed;
-    EXPECT_TRUE(encodingParse<AudioInTypeXml>("<AudioInType AudioInTypeName=\"mic\" AudioInVolMin=\"1\" />",
+    EXPECT_TRUE(parseCaptured<AudioInTypeXml>("<AudioInType AudioInTypeName=\"mic\" AudioInVolMin=\"1\" />",
                                               type, printed));
     EXPECT_EQ(type.getAudioInTypeId(), 0);
     EXPECT_EQ(type.getAudioInTypeName(), "mic");
@@ -77,7 +56,7 @@ TEST(EncodingCatalogue, FrameRatesAsDoubleAndInt) {
     stream.setFrameRate(25.5);
     NodePtr node(new DomainXmlNode("StreamConfigure"));
     ASSERT_TRUE(StreamConfigureXml().createDomainXmlNode(stream, node));
-    std::string text = encodingPrint(node);
+    std::string text = printXml(node);
     EXPECT_NE(text.find(" FrameRate=\"25.500000\" "), std::string::npos) << text;
 
     // Six decimals: what lies below is lost on the way.
@@ -91,25 +70,25 @@ TEST(EncodingCatalogue, FrameRatesAsDoubleAndInt) {
     VideoEncodeQuality quality;
     std::string printed;
     EXPECT_TRUE(
-        encodingParse<VideoEncodeQualityXml>("<VideoEncodeQuality FrameRate=\"12.75\" />", quality, printed));
+        parseCaptured<VideoEncodeQualityXml>("<VideoEncodeQuality FrameRate=\"12.75\" />", quality, printed));
     EXPECT_DOUBLE_EQ(quality.getFrameRate(), 12.75);
 
     AVStreamParam av;
-    EXPECT_TRUE(encodingParse<AVStreamParamXml>("<AVStreamParam FrameRate=\"25.9\" />", av, printed));
+    EXPECT_TRUE(parseCaptured<AVStreamParamXml>("<AVStreamParam FrameRate=\"25.9\" />", av, printed));
     EXPECT_EQ(av.getFrameRate(), 25);
     node = NodePtr(new DomainXmlNode("AVStreamParam"));
     ASSERT_TRUE(AVStreamParamXml().createDomainXmlNode(av, node));
-    text = encodingPrint(node);
+    text = printXml(node);
     EXPECT_NE(text.find(" FrameRate=\"25\" "), std::string::npos) << text;
 }
 
 TEST(EncodingCatalogue, AudioProcessAbilityNeedsItsFlag) {
     AudioProcessAbility ability;
     std::string printed;
-    EXPECT_FALSE(encodingParse<AudioProcessAbilityXml>("<AudioProcessAbility />", ability, printed));
+    EXPECT_FALSE(parseCaptured<AudioProcessAbilityXml>("<AudioProcessAbility />", ability, printed));
     EXPECT_EQ(printed, "AudioProcessAbilityXml::parseDomainXmlNode get SupportFlag failed \n");
     // A text that is neither true nor false still counts as read.
-    EXPECT_TRUE(encodingParse<AudioProcessAbilityXml>("<AudioProcessAbility SupportFlag=\"yes\" />", ability,
+    EXPECT_TRUE(parseCaptured<AudioProcessAbilityXml>("<AudioProcessAbility SupportFlag=\"yes\" />", ability,
                                                       printed));
     EXPECT_EQ(printed, "");
     EXPECT_FALSE(ability.getSupportFlag());
@@ -118,7 +97,7 @@ TEST(EncodingCatalogue, AudioProcessAbilityNeedsItsFlag) {
 TEST(EncodingCatalogue, AudioInfoSixteenBitFields) {
     AudioInfo info;
     std::string printed;
-    EXPECT_TRUE(encodingParse<AudioInfoXml>(
+    EXPECT_TRUE(parseCaptured<AudioInfoXml>(
         "<AudioInfo FormatTag=\"65535\" Channels=\"70000\" SamplesPerSec=\"8000\" BlockAlign=\"-1\" />", info,
         printed));
     EXPECT_EQ(info.getFormatTag(), 65535);
@@ -127,7 +106,7 @@ TEST(EncodingCatalogue, AudioInfoSixteenBitFields) {
     EXPECT_EQ(info.getBlockAlign(), 65535);
     NodePtr node(new DomainXmlNode("AudioInfo"));
     ASSERT_TRUE(AudioInfoXml().createDomainXmlNode(info, node));
-    EXPECT_EQ(encodingPrint(node),
+    EXPECT_EQ(printXml(node),
               "<AudioInfo FormatTag=\"65535\" Channels=\"4464\" SamplesPerSec=\"8000\" AvgBytesPerSec=\"0\" "
               "BlockAlign=\"65535\" BitsPerSample=\"0\" CBSize=\"0\" EncodeType=\"0\" />\n");
 }
@@ -143,7 +122,7 @@ TEST(EncodingCatalogue, VideoEncoderParamListTagWithoutListSuffix) {
     param.setVideoEncoderParamItem(std::vector<VideoEncoderParamItem>(1, item));
     NodePtr node(new DomainXmlNode("VideoEncoderParam"));
     ASSERT_TRUE(VideoEncoderParamXml().createDomainXmlNode(param, node));
-    std::string text = encodingPrint(node);
+    std::string text = printXml(node);
     EXPECT_NE(
         text.find("\t<VideoEncoderParamItem>\n\t\t<VideoEncoderParamItem ResolutionId=\"3\" Name=\"1080P\" "
                   "Width=\"0\" Hight=\"1080\" "),
@@ -159,7 +138,7 @@ TEST(EncodingCatalogue, VideoEncoderParamListTagWithoutListSuffix) {
     // Both the level text and the list are optional.
     std::string printed;
     EXPECT_TRUE(
-        encodingParse<VideoEncoderParamXml>("<VideoEncoderParam EncodeTypeName=\"H.265\" />", back, printed));
+        parseCaptured<VideoEncoderParamXml>("<VideoEncoderParam EncodeTypeName=\"H.265\" />", back, printed));
     EXPECT_EQ(back.getEncodeLevelList(), "1,2");
     EXPECT_EQ(back.getVideoEncoderParamItem().size(), 1u);
     EXPECT_EQ(back.getVideoEncoderType(), 0);

@@ -5,26 +5,16 @@
 
 #include <string>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/BlindAbilityXml.h"
 #include "domain/codecs/BlindAreaParamXml.h"
 #include "domain/codecs/BlindTypeAbilityXml.h"
 #include "domain/codecs/CanvasProperXml.h"
 #include "domain/codecs/OSDFontAbilityXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-template <class C, class T>
-bool parseCaptured(const std::string& text, T& record, std::string& out) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    out = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 TEST(ImageCanvas, LoggedItemsUseShortLinesAndTheirNode) {
     CanvasProper canvas;

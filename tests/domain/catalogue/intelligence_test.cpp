@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/AdvancedAbilityXml.h"
 #include "domain/codecs/AdvancedParamXml.h"
 #include "domain/codecs/CameraTamperParamXml.h"
@@ -22,23 +23,10 @@
 #include "domain/codecs/hand/IntelligenceAbilityShapes.h"
 #include "domain/codecs/hand/IntelligenceLibInfoXml.h"
 #include "domain/codecs/hand/PolygonAreaXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr parseText(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string print(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
+using namespace catalogue_test;
 
 TEST(IntelligenceShapes, BuildWritesUnitOnlyWhenSet) {
     NodePtr node(new DomainXmlNode("LoiterAbility"));
@@ -60,7 +48,7 @@ TEST(IntelligenceShapes, BuildWritesUnitOnlyWhenSet) {
     EXPECT_TRUE(buildAbilityShape(node, "DetailGet", flag));
     EXPECT_TRUE(buildAbilityShape(node, "MinTime", range));
     EXPECT_TRUE(buildAbilityShape(node, "ConverseAngle", angle));
-    EXPECT_EQ(print(node),
+    EXPECT_EQ(printXml(node),
               "<LoiterAbility>\n"
               "\t<Region enable=\"true\" edgeNum=\"8\" maxRegionNum=\"4\" />\n"
               "\t<DetailGet enable=\"true\" />\n"
@@ -73,7 +61,7 @@ TEST(IntelligenceShapes, BuildWritesUnitOnlyWhenSet) {
 }
 
 TEST(IntelligenceShapes, AbsentChildrenLogAndReset) {
-    NodePtr node = parseText("<ConverseAbility LibId=\"1\" />");
+    NodePtr node = parseXml("<ConverseAbility LibId=\"1\" />");
     AbilityRegion region;
     fillAbilityShape(region, AbilityShapeKind::Region, 3);
     AbilityFlag flag;
@@ -105,7 +93,7 @@ TEST(IntelligenceShapes, AbsentChildrenLogAndReset) {
 }
 
 TEST(IntelligenceShapes, MissingPartsLogTheirDefaults) {
-    NodePtr node = parseText(
+    NodePtr node = parseXml(
         "<HCNTAbility>"
         "<Region maxRegionNum=\"3\" />"
         "<MaxHCNT unit=\"abc\" />"
@@ -146,7 +134,7 @@ TEST(IntelligenceShapes, MissingPartsLogTheirDefaults) {
     EXPECT_FALSE(flag.getEnable());
 
     // An absent maxRegionNum is 0 without a line.
-    NodePtr quiet = parseText("<A><Region enable=\"TRUE\" edgeNum=\"6\" /></A>");
+    NodePtr quiet = parseXml("<A><Region enable=\"TRUE\" edgeNum=\"6\" /></A>");
     testing::internal::CaptureStdout();
     parseAbilityShape(quiet, "Region", AbilityShapeKind::Region, region);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
@@ -166,7 +154,7 @@ TEST(IntelligenceShapes, UnitIsBoundedToTenCharacters) {
 
     // Through a parse: eleven characters keep the old unit, ten are stored, none clears it.
     range.setUnit("old");
-    NodePtr node = parseText(
+    NodePtr node = parseXml(
         "<X><Long enable=\"true\" min=\"1\" max=\"2\" unit=\"abcdefghijk\" />"
         "<Ten enable=\"true\" min=\"1\" max=\"2\" unit=\"abcdefghij\" />"
         "<None enable=\"true\" min=\"1\" max=\"2\" /></X>");
@@ -179,7 +167,7 @@ TEST(IntelligenceShapes, UnitIsBoundedToTenCharacters) {
     EXPECT_EQ(std::string(range.getUnit()), "");
 
     // A unit flag reads the unit, a plain flag does not.
-    NodePtr flags = parseText("<X><F enable=\"true\" unit=\"m\" /></X>");
+    NodePtr flags = parseXml("<X><F enable=\"true\" unit=\"m\" /></X>");
     AbilityFlag unitFlag, plainFlag;
     plainFlag.setUnit("keep");
     parseAbilityShape(flags, "F", AbilityShapeKind::UnitFlag, unitFlag);
@@ -196,7 +184,7 @@ TEST(IntelligenceShapes, FilledShapesRoundTripForEveryKind) {
         fillAbilityShape(in, kind, 12);
         NodePtr node(new DomainXmlNode("X"));
         buildAbilityShape(node, "F", in);
-        NodePtr reread = parseText(print(node));
+        NodePtr reread = parseXml(printXml(node));
         parseAbilityShape(reread, "F", kind, out);
         EXPECT_EQ(in, out);
     }
@@ -206,7 +194,7 @@ TEST(IntelligenceShapes, FilledShapesRoundTripForEveryKind) {
         fillAbilityShape(in, kind, 5);
         NodePtr node(new DomainXmlNode("X"));
         buildAbilityShape(node, "R", in);
-        NodePtr reread = parseText(print(node));
+        NodePtr reread = parseXml(printXml(node));
         parseAbilityShape(reread, "R", kind, out);
         EXPECT_EQ(in, out);
     }
@@ -214,37 +202,9 @@ TEST(IntelligenceShapes, FilledShapesRoundTripForEveryKind) {
     fillAbilityShape(fin, AbilityShapeKind::FloatRange, 2);
     NodePtr node(new DomainXmlNode("X"));
     buildAbilityShape(node, "A", fin);
-    NodePtr reread = parseText(print(node));
+    NodePtr reread = parseXml(printXml(node));
     parseAbilityShape(reread, "A", AbilityShapeKind::FloatRange, fout);
     EXPECT_EQ(fin, fout);
-}
-
-}  // namespace
-
-namespace {
-
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr read(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string printed(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-// Element parse of text into record with the codec C; out gets what was printed.
-template <class C, class T>
-bool parseCaptured(const std::string& text, T& record, std::string& out) {
-    NodePtr node = read(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    out = testing::internal::GetCapturedStdout();
-    return ok;
 }
 
 const char kEvent[] =
@@ -317,7 +277,7 @@ TEST(IntelligenceRules, BaseLivesInItsOwnMandatoryChild) {
     rule.setIsGetDetail(true);
     NodePtr node(new DomainXmlNode("LoiterParam"));
     ASSERT_TRUE(LoiterParamXml().createDomainXmlNode(rule, node));
-    EXPECT_EQ(printed(node),
+    EXPECT_EQ(printXml(node),
               "<LoiterParam IsGetDetail=\"true\">\n"
               "\t<IntelligentEvent SourceType=\"0\" SourceID=\"11\" SourceName=\"\" EnableFlag=\"false\" "
               "AlarmInterval=\"30\">\n"
@@ -334,7 +294,7 @@ TEST(IntelligenceRules, BaseLivesInItsOwnMandatoryChild) {
 
     // Read back through the virtual entry, as the body parser does.
     LoiterParam back;
-    NodePtr reread = read(printed(node));
+    NodePtr reread = parseXml(printXml(node));
     ASSERT_TRUE(LoiterParamXml().parseDomainXmlNode(reread, static_cast<BaseDomain*>(&back)));
     EXPECT_EQ(back.getSourceID(), 11);
     EXPECT_EQ(back.getAlarmInterval(), 30);
@@ -355,7 +315,7 @@ TEST(IntelligenceRules, BaseLivesInItsOwnMandatoryChild) {
     NodePtr eventNode(new DomainXmlNode("IntelligentEvent"));
     EXPECT_FALSE(
         IntelligentEventXml().createDomainXmlNode(static_cast<const BaseDomain*>(&event), eventNode));
-    NodePtr good = read(kEvent);
+    NodePtr good = parseXml(kEvent);
     EXPECT_FALSE(IntelligentEventXml().parseDomainXmlNode(good, static_cast<BaseDomain*>(&event)));
     EXPECT_TRUE(IntelligentEventXml().parseDomainXmlNode(good, event));
     EXPECT_EQ(event.getSourceName(), "cam");
@@ -405,7 +365,7 @@ TEST(IntelligenceRules, RegionListsAreStrict) {
     EXPECT_TRUE(parseCaptured<PerimeterRegionParamXml>("<P " + attrs + " />", perimeter, out));
     EXPECT_TRUE(perimeter.getRegion().getOLPoint().empty());
     PolygonArea polygon;
-    NodePtr empty = read("<Region />");
+    NodePtr empty = parseXml("<Region />");
     EXPECT_FALSE(PolygonAreaXml().parseDomainXmlNode(empty, polygon));
 
     // HCNTParam fails on a failing child of any kind, HCNTQueryResult on a failing item.
@@ -445,7 +405,7 @@ TEST(IntelligenceRules, ParseOrdersDifferFromBuildOrders) {
     // ... while the build writes the child first.
     NodePtr node(new DomainXmlNode("HCNTParam"));
     HCNTParamXml().createDomainXmlNode(count, node);
-    const std::string text = printed(node);
+    const std::string text = printXml(node);
     EXPECT_LT(text.find("<IntelligentEvent"), text.find("<HCNTRegionParamList"));
 }
 
@@ -457,11 +417,11 @@ TEST(IntelligenceValues, WidthsAndConversions) {
     line.setLineCrossEndX(100.0f);
     NodePtr node(new DomainXmlNode("Segment"));
     LineCrossXml().createDomainXmlNode(line, node);
-    EXPECT_EQ(printed(node),
+    EXPECT_EQ(printXml(node),
               "<Segment LineCrossStartX=\"1\" LineCrossStartY=\"-2\" LineCrossEndX=\"100\" "
               "LineCrossEndY=\"0\" />\n");
     LineCross back;
-    NodePtr text = read("<Segment LineCrossStartX=\"7\" LineCrossStartY=\"8.6\" />");
+    NodePtr text = parseXml("<Segment LineCrossStartX=\"7\" LineCrossStartY=\"8.6\" />");
     EXPECT_TRUE(LineCrossXml().parseDomainXmlNode(text, back));
     EXPECT_FLOAT_EQ(back.getLineCrossStartX(), 7.0f);
     EXPECT_FLOAT_EQ(back.getLineCrossStartY(), 8.0f);
@@ -485,7 +445,7 @@ TEST(IntelligenceValues, WidthsAndConversions) {
     EXPECT_EQ(std::string(item.getDeviceId()), std::string(32, 'd'));
     NodePtr itemNode(new DomainXmlNode("HCNTItem"));
     HCNTItemXml().createDomainXmlNode(item, itemNode);
-    EXPECT_NE(printed(itemNode).find("Time=\"5\""), std::string::npos);
+    EXPECT_NE(printXml(itemNode).find("Time=\"5\""), std::string::npos);
     HCNTItem parsed;
     EXPECT_TRUE(parseCaptured<HCNTItemXml>("<HCNTItem Time=\"-1\" NumIn=\"1\" NumOut=\"2\" DeviceId=\"" +
                                                std::string(33, 'x') +
@@ -550,7 +510,7 @@ TEST(IntelligenceLibInfoCodec, DefaultsAndLines) {
     one.setLIB(libs);
     NodePtr node(new DomainXmlNode("IntelligenceLibInfo"));
     ASSERT_TRUE(IntelligenceLibInfoXml().createDomainXmlNode(static_cast<const BaseDomain*>(&one), node));
-    EXPECT_EQ(printed(node),
+    EXPECT_EQ(printXml(node),
               "<IntelligenceLibInfo Version=\"1\" StreamID=\"1\">\n"
               "\t<LIB ID=\"9\" enable=\"false\">\n"
               "\t\t<Resolution videoWidth=\"352\" videoHeight=\"0\" />\n"

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/DomainContainer.h"
 #include "domain/codecs/CMSRegisterInfoParamXml.h"
 #include "domain/codecs/Client8021xXml.h"
@@ -24,40 +25,10 @@
 #include "domain/codecs/SNMPSecurityAbilityXml.h"
 #include "domain/codecs/StartMapPortXml.h"
 #include "domain/codecs/TranspondServiceParamXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr parseText(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string print(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class Codec, class Record>
-std::string parseLogged(const std::string& text, Record& record, bool& ok) {
-    NodePtr node = parseText(text);
-    Codec codec;
-    testing::internal::CaptureStdout();
-    ok = codec.parseDomainXmlNode(node, record);
-    return testing::internal::GetCapturedStdout();
-}
-
-template <class Codec, class Record>
-std::string build(const Record& record, const char* name) {
-    NodePtr node(new DomainXmlNode(name));
-    Codec codec;
-    EXPECT_TRUE(codec.createDomainXmlNode(record, node));
-    return print(node);
-}
+using namespace catalogue_test;
 
 const char* const kPrivilege =
     "<NetworkPrivilegeInfo EnableFlag=\"true\" WorkMode=\"2\">"
@@ -181,7 +152,7 @@ TEST(NetworkRecords, SMTPActionParamBaseFirstAndOptionalRecipients) {
     record.setSMTPServerPort(25);
     record.setRecipientEmailAddressList({"a@b", "c@d"});
     EXPECT_EQ(
-        build<SMTPActionParamXml>(record, "SMTPActionParam"),
+        buildXml<SMTPActionParamXml>(record, "SMTPActionParam"),
         "<SMTPActionParam ActionType=\"3\" ActionID=\"4\" ActionName=\"mail\" SMTPServerAddr=\"smtp.local\" "
         "SMTPServerPort=\"25\" SMTPUserName=\"\" SMTPPassword=\"\" SenderEmailAddress=\"\" "
         "AttachmentImageQuality=\"0\" TransportMode=\"0\">\n"
@@ -330,7 +301,7 @@ TEST(PlatformRecords, CMSRegisterInfoParamListTagsNameTheFirstForm) {
     record.setDeviceProtocolState("on");
     record.setCMSRegisterServerParam({server});
     record.setCMSExternConfigParam({extern1});
-    const std::string text = build<CMSRegisterInfoParamXml>(record, "CMSRegisterInfoParam");
+    const std::string text = buildXml<CMSRegisterInfoParamXml>(record, "CMSRegisterInfoParam");
     EXPECT_EQ(text,
               "<CMSRegisterInfoParam DeviceProtocolState=\"on\" ProtocolName=\"\" ProtocolVersion=\"\">\n"
               "\t<CMSRegisterServerParam>\n"
@@ -345,7 +316,7 @@ TEST(PlatformRecords, CMSRegisterInfoParamListTagsNameTheFirstForm) {
               "</CMSRegisterInfoParam>\n");
 
     CMSRegisterInfoParam back;
-    NodePtr node = parseText(text);
+    NodePtr node = parseXml(text);
     CMSRegisterInfoParamXml codec;
     ASSERT_TRUE(codec.parseDomainXmlNode(node, back));
     ASSERT_EQ(back.getCMSRegisterServerParam().size(), 1u);

@@ -5,25 +5,13 @@
 
 #include <string>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/MessageControlUIOperateXml.h"
 #include "domain/codecs/hand/OLAttributeListXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr read(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string printed(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
+using namespace catalogue_test;
 
 TEST(OLAttributeListCodec, PairsInMapOrder) {
     OLAttributeList list;
@@ -31,7 +19,7 @@ TEST(OLAttributeListCodec, PairsInMapOrder) {
     list.setAttributeSequence({{"zoom", "2"}, {"channel", "a&b"}});
     NodePtr node(new DomainXmlNode("ParamList"));
     ASSERT_TRUE(OLAttributeListXml().createDomainXmlNode(list, node));
-    EXPECT_EQ(printed(node),
+    EXPECT_EQ(printXml(node),
               "<ParamList AttributeSequenceName=\"params\">\n"
               "\t<AttributeSequence>\n"
               "\t\t<Attribute AttributeName=\"channel\" AttributeValue=\"a&amp;b\" />\n"
@@ -40,7 +28,7 @@ TEST(OLAttributeListCodec, PairsInMapOrder) {
               "</ParamList>\n");
 
     OLAttributeList back;
-    NodePtr reread = read(printed(node));
+    NodePtr reread = parseXml(printXml(node));
     ASSERT_TRUE(OLAttributeListXml().parseDomainXmlNode(reread, back));
     EXPECT_EQ(back.getAttributeSequence(), list.getAttributeSequence());
     EXPECT_EQ(back.getAttributeSequenceName(), "params");
@@ -48,12 +36,12 @@ TEST(OLAttributeListCodec, PairsInMapOrder) {
     // An empty map still writes its (empty) sequence element.
     NodePtr emptyNode(new DomainXmlNode("P"));
     OLAttributeListXml().createDomainXmlNode(OLAttributeList(), emptyNode);
-    EXPECT_EQ(printed(emptyNode), "<P AttributeSequenceName=\"\">\n\t<AttributeSequence />\n</P>\n");
+    EXPECT_EQ(printXml(emptyNode), "<P AttributeSequenceName=\"\">\n\t<AttributeSequence />\n</P>\n");
 }
 
 TEST(OLAttributeListCodec, ParseSkipsIncompletePairsAndKeepsTheFirst) {
     OLAttributeList list;
-    NodePtr node = read(
+    NodePtr node = parseXml(
         "<P AttributeSequenceName=\"n\"><AttributeSequence>"
         "<Attribute AttributeName=\"a\" AttributeValue=\"1\" />"
         "<Pair AttributeName=\"b\" AttributeValue=\"2\" />"
@@ -66,14 +54,14 @@ TEST(OLAttributeListCodec, ParseSkipsIncompletePairsAndKeepsTheFirst) {
     EXPECT_EQ(list.getAttributeSequence(), expected);
 
     // Both items reset: absent name and sequence empty the record.
-    NodePtr bare = read("<P />");
+    NodePtr bare = parseXml("<P />");
     ASSERT_TRUE(OLAttributeListXml().parseDomainXmlNode(bare, list));
     EXPECT_TRUE(list.getAttributeSequence().empty());
     EXPECT_EQ(list.getAttributeSequenceName(), "");
 
     // The list form and the top-level refusal of another record type.
     std::vector<OLAttributeList> lists;
-    NodePtr items = read(
+    NodePtr items = parseXml(
         "<L><X><AttributeSequence><A AttributeName=\"k\" AttributeValue=\"v\" /></AttributeSequence>"
         "</X><Y /></L>");
     ASSERT_TRUE(OLAttributeListXml().parseDomainXmlNode(items, lists));
@@ -95,12 +83,12 @@ TEST(OLAttributeListCodec, NestedInAControlMessage) {
     ASSERT_TRUE(
         MessageControlUIOperateXml().createDomainXmlNode(static_cast<const BaseDomain*>(&message), node));
     MessageControlUIOperate back;
-    NodePtr reread = read(printed(node));
+    NodePtr reread = parseXml(printXml(node));
     ASSERT_TRUE(MessageControlUIOperateXml().parseDomainXmlNode(reread, static_cast<BaseDomain*>(&back)));
     EXPECT_EQ(back.getParamList().getAttributeSequence().at("window"), "4");
 
     // The child is mandatory.
-    NodePtr noChild = read("<M OperateType=\"1\" OperateName=\"x\" />");
+    NodePtr noChild = parseXml("<M OperateType=\"1\" OperateName=\"x\" />");
     EXPECT_FALSE(MessageControlUIOperateXml().parseDomainXmlNode(noChild, back));
 }
 

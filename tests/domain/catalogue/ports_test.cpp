@@ -4,24 +4,18 @@
 
 #include <string>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/ExternUARTAbilityXml.h"
 #include "domain/codecs/HardwareInfoXml.h"
 #include "domain/codecs/POEAbilityXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr read(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
+using namespace catalogue_test;
 
 TEST(Ports, MandatoryAndOptionalItems) {
     POEAbility poe;
-    NodePtr empty = read("<POEAbility />");
+    NodePtr empty = parseXml("<POEAbility />");
     testing::internal::CaptureStdout();
     EXPECT_FALSE(POEAbilityXml().parseDomainXmlNode(empty, poe));
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -30,7 +24,7 @@ TEST(Ports, MandatoryAndOptionalItems) {
     ExternUARTAbility uart;
     uart.setStopBitsList({"1", "2"});
     uart.setExternComInfoList(std::vector<ExternComInfo>(1));
-    NodePtr node = read(
+    NodePtr node = parseXml(
         "<ExternUARTAbility><BaudRateList><BaudRate BaudRate=\"9600\" /><BaudRate BaudRate=\"115200\" />"
         "</BaudRateList><ParityList><Parity Parity=\"none\" /></ParityList></ExternUARTAbility>");
     ASSERT_TRUE(ExternUARTAbilityXml().parseDomainXmlNode(node, uart));
@@ -58,7 +52,7 @@ TEST(Ports, HardwareInfoNestsFisheyeAndPtzItems) {
               std::string::npos)
         << text;
     HardwareInfo back;
-    NodePtr reread = read(text);
+    NodePtr reread = parseXml(text);
     ASSERT_TRUE(HardwareInfoXml().parseDomainXmlNode(reread, static_cast<BaseDomain*>(&back)));
     ASSERT_EQ(back.getFisheyePTZ().getFisheyePTZParamList().size(), 1u);
     EXPECT_EQ(back.getFisheyePTZ().getFisheyePTZParamList()[0].getPTZDeviceId(), 6);

@@ -7,38 +7,17 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/DomainContainer.h"
 #include "domain/DomainFactory.h"
 #include "domain/codecs/PTZOperationInfoXml.h"
 #include "domain/codecs/PTZPresetXml.h"
 #include "domain/codecs/PTZSpeedXml.h"
 #include "domain/codecs/PTZTrackXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr ptzXml(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string ptzPrint(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class C, class R>
-bool ptzParse(const std::string& text, R& record, std::string& printed) {
-    NodePtr node = ptzXml(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    printed = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 std::vector<int> ptzStates(const PTZOperationInfo& info) {
     const unsigned char* states = info.getAlarmIOStateList();
@@ -70,7 +49,7 @@ PTZOperationInfo ptzSampleState() {
 TEST(PtzCatalogue, OperationInfoBuildWritesThreeStates) {
     NodePtr node(new DomainXmlNode("PTZOperationInfo"));
     ASSERT_TRUE(PTZOperationInfoXml().createDomainXmlNode(ptzSampleState(), node));
-    EXPECT_EQ(ptzPrint(node),
+    EXPECT_EQ(printXml(node),
               "<PTZOperationInfo CommonID=\"1\" PanSpeed=\"2\" TiltSpeed=\"3\" ZoomSpeedValue=\"4\" "
               "FocusSpeedValue=\"5\" DirectionValue=\"6\" StopTime=\"7\" Type=\"8\" PTZVersion=\"V1.2\" "
               "MCUTemperature=\"36.500000\" VerticalMaxPosition=\"90\">\n"
@@ -102,7 +81,7 @@ TEST(PtzCatalogue, OperationInfoParseFillsAtMostThreeStates) {
     std::string printed;
 
     PTZOperationInfo two = ptzSampleState();
-    EXPECT_TRUE(ptzParse<PTZOperationInfoXml>(
+    EXPECT_TRUE(parseCaptured<PTZOperationInfoXml>(
         head + "<AlarmIOState AlarmIOState=\"1\" /><AlarmIOState AlarmIOState=\"1\" />" + tail, two,
         printed));
     EXPECT_EQ(printed, "");
@@ -115,19 +94,19 @@ TEST(PtzCatalogue, OperationInfoParseFillsAtMostThreeStates) {
     EXPECT_EQ(two.getPTZPointParamV2().getPanPosion(), 10);
 
     PTZOperationInfo four;
-    EXPECT_TRUE(
-        ptzParse<PTZOperationInfoXml>(head +
-                                          "<AlarmIOState AlarmIOState=\"2\" /><Other AlarmIOState=\"7\" />"
-                                          "<AlarmIOState AlarmIOState=\"258\" /><AlarmIOState />"
-                                          "<AlarmIOState AlarmIOState=\"9\" />" +
-                                          tail,
-                                      four, printed));
+    EXPECT_TRUE(parseCaptured<PTZOperationInfoXml>(
+        head +
+            "<AlarmIOState AlarmIOState=\"2\" /><Other AlarmIOState=\"7\" />"
+            "<AlarmIOState AlarmIOState=\"258\" /><AlarmIOState />"
+            "<AlarmIOState AlarmIOState=\"9\" />" +
+            tail,
+        four, printed));
     // Items are taken by their tag, cut to 8 bits, one without a value reads 0,
     // and the fourth is not read.
     EXPECT_EQ(ptzStates(four), (std::vector<int>{2, 2, 0}));
 
     PTZOperationInfo absent = ptzSampleState();
-    EXPECT_TRUE(ptzParse<PTZOperationInfoXml>("<PTZOperationInfo />", absent, printed));
+    EXPECT_TRUE(parseCaptured<PTZOperationInfoXml>("<PTZOperationInfo />", absent, printed));
     EXPECT_EQ(ptzStates(absent), (std::vector<int>{0, 0, 0}));
     EXPECT_EQ(absent.getVerticalMaxPosition(), 0);
 
@@ -177,11 +156,12 @@ TEST(PtzCatalogue, PresetKeepsItsStateWhenTheChildIsAbsent) {
     PTZPreset preset;
     preset.setPTZOperationInfo(ptzSampleState());
     std::string printed;
-    EXPECT_TRUE(ptzParse<PTZPresetXml>("<PTZPreset PresetId=\"5\" PresetName=\"gate\" />", preset, printed));
+    EXPECT_TRUE(
+        parseCaptured<PTZPresetXml>("<PTZPreset PresetId=\"5\" PresetName=\"gate\" />", preset, printed));
     EXPECT_EQ(preset.getPresetId(), 5);
     EXPECT_EQ(ptzStates(preset.getPTZOperationInfo()), (std::vector<int>{1, 0, 255}));
 
-    EXPECT_TRUE(ptzParse<PTZPresetXml>(
+    EXPECT_TRUE(parseCaptured<PTZPresetXml>(
         "<PTZPreset><PTZOperationInfo CommonID=\"9\"><AlarmIOStateList><AlarmIOState AlarmIOState=\"3\" />"
         "</AlarmIOStateList></PTZOperationInfo></PTZPreset>",
         preset, printed));
@@ -193,12 +173,12 @@ TEST(PtzCatalogue, ResetDefaultsAndLists) {
     PTZSpeed speed;
     EXPECT_EQ(speed.getSpeed(), 32);
     std::string printed;
-    EXPECT_TRUE(ptzParse<PTZSpeedXml>("<PTZSpeed ChannelId=\"1\" />", speed, printed));
+    EXPECT_TRUE(parseCaptured<PTZSpeedXml>("<PTZSpeed ChannelId=\"1\" />", speed, printed));
     EXPECT_EQ(speed.getSpeed(), 0);
 
     PTZTrack track;
     track.setCmdItemList(std::vector<PTZTraceCmdItem>(2));
-    EXPECT_TRUE(ptzParse<PTZTrackXml>("<PTZTrack ID=\"1\" Name=\"t\" />", track, printed));
+    EXPECT_TRUE(parseCaptured<PTZTrackXml>("<PTZTrack ID=\"1\" Name=\"t\" />", track, printed));
     EXPECT_TRUE(track.getCmdItemList().empty());
 }
 

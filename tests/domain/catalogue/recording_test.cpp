@@ -7,37 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/DeviceRecordStatReportXml.h"
 #include "domain/codecs/RecordDirSpaceInfoXml.h"
 #include "domain/codecs/RecordPolicyXml.h"
 #include "domain/codecs/ScheduleTimeParamXml.h"
 #include "domain/codecs/SnapshotQueryInfoXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr recordingXml(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string recordingPrint(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class C, class R>
-bool recordingParse(const std::string& text, R& record, std::string& printed) {
-    NodePtr node = recordingXml(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    printed = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 std::vector<ScheduleTime> recordingSpans(int count) {
     std::vector<ScheduleTime> spans;
@@ -56,7 +35,7 @@ TEST(RecordingCatalogue, RecordPolicyBuildAndResets) {
     EXPECT_EQ(policy.getRecordMode(), 1);
     NodePtr node(new DomainXmlNode("RecordPolicy"));
     ASSERT_TRUE(RecordPolicyXml().createDomainXmlNode(policy, node));
-    EXPECT_EQ(recordingPrint(node),
+    EXPECT_EQ(printXml(node),
               "<RecordPolicy RecordOpenFlag=\"false\" RecordMode=\"1\" DeviceId=\"\" ChannelId=\"0\" "
               "StreamId=\"0\" "
               "SaveDays=\"0\" AudioOpenFlag=\"false\" DiskGroupId=\"0\">\n"
@@ -71,8 +50,8 @@ TEST(RecordingCatalogue, RecordPolicyBuildAndResets) {
     policy.setSnapshotParameter(snapshot);
     policy.setScheduleTimeList(recordingSpans(2));
     std::string printed;
-    EXPECT_TRUE(recordingParse<RecordPolicyXml>("<RecordPolicy RecordOpenFlag=\"true\" ChannelId=\"3\" />",
-                                                policy, printed));
+    EXPECT_TRUE(parseCaptured<RecordPolicyXml>("<RecordPolicy RecordOpenFlag=\"true\" ChannelId=\"3\" />",
+                                               policy, printed));
     EXPECT_EQ(printed, "");
     EXPECT_TRUE(policy.getRecordOpenFlag());
     EXPECT_EQ(policy.getChannelId(), 3);
@@ -87,15 +66,15 @@ TEST(RecordingCatalogue, ScheduleTimeParamLists) {
     ScheduleTimeParam plan;
     plan.setScheduleTimeList(recordingSpans(3));
     std::string printed;
-    EXPECT_TRUE(recordingParse<ScheduleTimeParamXml>(
+    EXPECT_TRUE(parseCaptured<ScheduleTimeParamXml>(
         "<ScheduleTimeParam><ScheduleTimeList /></ScheduleTimeParam>", plan, printed));
     EXPECT_TRUE(plan.getScheduleTimeList().empty());
 
     EXPECT_TRUE(
-        recordingParse<ScheduleTimeParamXml>("<ScheduleTimeParam><ScheduleTimeList><ScheduleTime "
-                                             "WeekDay=\"1\" StartTime=\"0\" EndTime=\"86399\" />"
-                                             "<Span WeekDay=\"7\" /></ScheduleTimeList></ScheduleTimeParam>",
-                                             plan, printed));
+        parseCaptured<ScheduleTimeParamXml>("<ScheduleTimeParam><ScheduleTimeList><ScheduleTime "
+                                            "WeekDay=\"1\" StartTime=\"0\" EndTime=\"86399\" />"
+                                            "<Span WeekDay=\"7\" /></ScheduleTimeList></ScheduleTimeParam>",
+                                            plan, printed));
     ASSERT_EQ(plan.getScheduleTimeList().size(), 2u);
     EXPECT_EQ(plan.getScheduleTimeList()[0].getEndTime(), 86399);
     EXPECT_EQ(plan.getScheduleTimeList()[1].getWeekDay(), 7);
@@ -104,7 +83,7 @@ TEST(RecordingCatalogue, ScheduleTimeParamLists) {
     plan.setScheduleTimeList(recordingSpans(2));
     NodePtr node(new DomainXmlNode("ScheduleTimeParam"));
     ASSERT_TRUE(ScheduleTimeParamXml().createDomainXmlNode(plan, node));
-    EXPECT_EQ(recordingPrint(node),
+    EXPECT_EQ(printXml(node),
               "<ScheduleTimeParam>\n\t<ScheduleTimeList>\n"
               "\t\t<ScheduleTime WeekDay=\"0\" StartTime=\"0\" EndTime=\"50\" />\n"
               "\t\t<ScheduleTime WeekDay=\"1\" StartTime=\"100\" EndTime=\"150\" />\n"
@@ -118,15 +97,15 @@ TEST(RecordingCatalogue, SnapshotQueryKeepsItsQueryInfo) {
     SnapshotQueryInfo info;
     info.setQueryInfo(query);
     std::string printed;
-    EXPECT_TRUE(recordingParse<SnapshotQueryInfoXml>("<SnapshotQueryInfo CameraId=\"2\" LockFlag=\"true\" />",
-                                                     info, printed));
+    EXPECT_TRUE(parseCaptured<SnapshotQueryInfoXml>("<SnapshotQueryInfo CameraId=\"2\" LockFlag=\"true\" />",
+                                                    info, printed));
     EXPECT_EQ(info.getCameraId(), 2);
     EXPECT_TRUE(info.getLockFlag());
     EXPECT_EQ(info.getQueryInfo().getChannelId(), 4);
     EXPECT_EQ(info.getQueryInfo().getMajorType(), 2);
 
     SnapshotQueryInfo fresh;
-    EXPECT_TRUE(recordingParse<SnapshotQueryInfoXml>("<SnapshotQueryInfo />", fresh, printed));
+    EXPECT_TRUE(parseCaptured<SnapshotQueryInfoXml>("<SnapshotQueryInfo />", fresh, printed));
     EXPECT_EQ(fresh.getQueryInfo().getChannelId(), 0);
 }
 
@@ -137,7 +116,7 @@ TEST(RecordingCatalogue, SpaceSizesTravelAsLow32Bits) {
     space.setActualUseableSpace(int64_t(3) << 31);  // low 32 bits 0x80000000
     NodePtr node(new DomainXmlNode("RecordDirSpaceInfo"));
     ASSERT_TRUE(RecordDirSpaceInfoXml().createDomainXmlNode(space, node));
-    std::string text = recordingPrint(node);
+    std::string text = printXml(node);
     EXPECT_NE(
         text.find(
             "TotalSpace=\"5\" FreeSpace=\"-2\" ActualUseableSpace=\"-2147483648\" RecordFileSize=\"0\""),
@@ -146,7 +125,7 @@ TEST(RecordingCatalogue, SpaceSizesTravelAsLow32Bits) {
 
     RecordDirSpaceInfo back;
     std::string printed;
-    EXPECT_TRUE(recordingParse<RecordDirSpaceInfoXml>(
+    EXPECT_TRUE(parseCaptured<RecordDirSpaceInfoXml>(
         "<RecordDirSpaceInfo TotalSpace=\"-1\" FreeSpace=\"2147483647\" RecordFileSize=\"12abc\" />", back,
         printed));
     EXPECT_EQ(back.getTotalSpace(), -1);  // sign-extended
@@ -159,11 +138,11 @@ TEST(RecordingCatalogue, RecordDataTextList) {
     DeviceRecordStatReport report;
     report.setRecordDataList(std::vector<std::string>{"a", "b"});
     std::string printed;
-    EXPECT_TRUE(recordingParse<DeviceRecordStatReportXml>("<DeviceRecordStatReport CameraId=\"1\" />", report,
-                                                          printed));
+    EXPECT_TRUE(parseCaptured<DeviceRecordStatReportXml>("<DeviceRecordStatReport CameraId=\"1\" />", report,
+                                                         printed));
     EXPECT_EQ(report.getRecordDataList(), (std::vector<std::string>{"a", "b"}));
 
-    EXPECT_TRUE(recordingParse<DeviceRecordStatReportXml>(
+    EXPECT_TRUE(parseCaptured<DeviceRecordStatReportXml>(
         "<DeviceRecordStatReport><RecordDataList><RecordData RecordData=\"x y\" /><RecordData />"
         "</RecordDataList></DeviceRecordStatReport>",
         report, printed));
@@ -172,7 +151,7 @@ TEST(RecordingCatalogue, RecordDataTextList) {
 
     NodePtr node(new DomainXmlNode("DeviceRecordStatReport"));
     ASSERT_TRUE(DeviceRecordStatReportXml().createDomainXmlNode(report, node));
-    std::string text = recordingPrint(node);
+    std::string text = printXml(node);
     EXPECT_NE(
         text.find(
             "\t<RecordDataList>\n\t\t<RecordData RecordData=\"x y\" />\n\t\t<RecordData RecordData=\"\" />\n"

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/DomainContainer.h"
 #include "domain/DomainFactory.h"
 #include "domain/codecs/EtHoldTypeListXml.h"
@@ -16,33 +17,10 @@
 #include "domain/codecs/EtPTZUserConfigXml.h"
 #include "domain/codecs/EtRecordPolicyXml.h"
 #include "domain/codecs/EtStringListXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr parseText(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string print(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-// Runs a codec's element parse on text and returns what it printed.
-template <class Codec, class Record>
-std::string parseLogged(const std::string& text, Record& record, bool& ok) {
-    NodePtr node = parseText(text);
-    Codec codec;
-    testing::internal::CaptureStdout();
-    ok = codec.parseDomainXmlNode(node, record);
-    return testing::internal::GetCapturedStdout();
-}
+using namespace catalogue_test;
 
 TEST(SessionMessages, OperatorTypeAbsentIdsReadAsOneWithOwnLines) {
     EtOperatorType record;
@@ -99,7 +77,7 @@ TEST(SessionMessages, StringListWireFormAndOptionalList) {
     NodePtr node(new DomainXmlNode("StringList"));
     EtStringListXml codec;
     ASSERT_TRUE(codec.createDomainXmlNode(static_cast<const BaseDomain*>(&record), node));
-    EXPECT_EQ(print(node),
+    EXPECT_EQ(printXml(node),
               "<StringList>\n"
               "\t<StringList>\n"
               "\t\t<String String=\"first\" />\n"
@@ -112,10 +90,10 @@ TEST(SessionMessages, StringListWireFormAndOptionalList) {
     EXPECT_EQ(back.getStringList(), record.getStringList());
 
     // An empty list element gives an empty list; no list element keeps the old one.
-    NodePtr empty = parseText("<StringList><StringList /></StringList>");
+    NodePtr empty = parseXml("<StringList><StringList /></StringList>");
     ASSERT_TRUE(codec.parseDomainXmlNode(empty, back));
     EXPECT_TRUE(back.getStringList().empty());
-    NodePtr none = parseText("<StringList />");
+    NodePtr none = parseXml("<StringList />");
     ASSERT_TRUE(codec.parseDomainXmlNode(none, record));
     EXPECT_EQ(record.getStringList().size(), 2u);
 }
@@ -143,7 +121,7 @@ TEST(SessionMessages, HoldTypeListScalarItems) {
     NodePtr node(new DomainXmlNode("HoldTypeList"));
     EtHoldTypeListXml codec;
     ASSERT_TRUE(codec.createDomainXmlNode(record, node));
-    EXPECT_EQ(print(node),
+    EXPECT_EQ(printXml(node),
               "<HoldTypeList>\n"
               "\t<TypeList>\n"
               "\t\t<Type Type=\"3\" />\n"
@@ -167,7 +145,7 @@ TEST(SessionMessages, InterPhoneRespCarriesLengthsBesideChildren) {
     NodePtr node(new DomainXmlNode("InterPhoneResp"));
     EtInterPhoneRespXml codec;
     ASSERT_TRUE(codec.createDomainXmlNode(record, node));
-    const std::string text = print(node);
+    const std::string text = printXml(node);
     EXPECT_EQ(text.substr(0, text.find('\n')), "<InterPhoneResp RTPAddrLen=\"99\" AudioInfoLen=\"3\">");
     EXPECT_NE(text.find("\t<RTPAddr IP=\"10.0.0.2\" PORT=\"8000\" IPProtoVer=\"1\" />\n"), std::string::npos);
 
@@ -188,7 +166,7 @@ TEST(SessionMessages, RecordPolicyKeepsScheduleWithoutItsList) {
     record.setScheduleTimeList({slot});
     record.setSaveDays(30);
     EtRecordPolicyXml codec;
-    NodePtr bare = parseText("<RecordPolicy ChannelId=\"4\" />");
+    NodePtr bare = parseXml("<RecordPolicy ChannelId=\"4\" />");
     ASSERT_TRUE(codec.parseDomainXmlNode(bare, record));
     EXPECT_EQ(record.getChannelId(), 4);
     EXPECT_EQ(record.getSaveDays(), 0);  // reset attribute
@@ -198,7 +176,7 @@ TEST(SessionMessages, RecordPolicyKeepsScheduleWithoutItsList) {
     // The items carry the class name, the Et prefix included.
     NodePtr node(new DomainXmlNode("RecordPolicy"));
     ASSERT_TRUE(codec.createDomainXmlNode(record, node));
-    EXPECT_NE(print(node).find("\t\t<EtScheduleTime WeekDay=\"2\" StartTime=\"60\" EndTime=\"120\" />\n"),
+    EXPECT_NE(printXml(node).find("\t\t<EtScheduleTime WeekDay=\"2\" StartTime=\"60\" EndTime=\"120\" />\n"),
               std::string::npos);
 }
 

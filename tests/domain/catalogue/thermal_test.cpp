@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Product/Technic/OLTrace.h"
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/AreaFeatureTemperatureXml.h"
 #include "domain/codecs/ThermalAbilityXml.h"
 #include "domain/codecs/ThermalAreaOperationConfigXml.h"
@@ -15,32 +15,10 @@
 #include "domain/codecs/hand/FisheyeVideoLayoutSupportXml.h"
 #include "domain/codecs/hand/TemperatureAreaAndAlarmParamXml.h"
 #include "domain/codecs/hand/ThermalOperateResultCodeXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr read(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string printed(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class C, class T>
-bool parseCaptured(const std::string& text, T& record, std::string& out) {
-    NodePtr node = read(text);
-    testing::internal::CaptureStdout();
-    bool ok = C().parseDomainXmlNode(node, record);
-    out = testing::internal::GetCapturedStdout();
-    return ok;
-}
+using namespace catalogue_test;
 
 OLPointCoordinate point(int x, int y) {
     OLPointCoordinate p;
@@ -57,7 +35,7 @@ TEST(ThermalArea, PointsTravelAsOneText) {
     NodePtr node(new DomainXmlNode("TemperatureAreaAndAlarmParam"));
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().createDomainXmlNode(area, node));
     EXPECT_EQ(
-        printed(node),
+        printXml(node),
         "<TemperatureAreaAndAlarmParam AreaId=\"2\" AreaName=\"gate\" AlarmEnableFlag=\"false\" "
         "AlarmType=\"1\" WarningAlarmValue=\"48.000000\" AlarmValue=\"50.000000\" Emissivity=\"0.950000\" "
         "TargetSpace=\"5.000000\">\n"
@@ -66,7 +44,7 @@ TEST(ThermalArea, PointsTravelAsOneText) {
         "</TemperatureAreaAndAlarmParam>\n");
 
     TemperatureAreaAndAlarmParam back;
-    NodePtr reread = read(printed(node));
+    NodePtr reread = parseXml(printXml(node));
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(reread, back));
     ASSERT_EQ(back.getPointCoordinateList().size(), 2u);
     EXPECT_EQ(back.getPointCoordinateList()[1].getPointX(), -30);
@@ -77,18 +55,18 @@ TEST(ThermalArea, PointsTravelAsOneText) {
     TemperatureAreaAndAlarmParam none;
     NodePtr emptyNode(new DomainXmlNode("A"));
     TemperatureAreaAndAlarmParamXml().createDomainXmlNode(none, emptyNode);
-    EXPECT_NE(printed(emptyNode).find("PointCoordinateList=\"\""), std::string::npos);
-    NodePtr emptyText = read("<A><TemperatureMeasureArea PointCoordinateList=\"\" /></A>");
+    EXPECT_NE(printXml(emptyNode).find("PointCoordinateList=\"\""), std::string::npos);
+    NodePtr emptyText = parseXml("<A><TemperatureMeasureArea PointCoordinateList=\"\" /></A>");
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(emptyText, back));
     EXPECT_TRUE(back.getPointCoordinateList().empty());
 
     // Without the attribute the list stays as it was; a piece out of form is skipped.
     back.setPointCoordinateList({point(1, 2)});
-    NodePtr noList = read("<A><TemperatureMeasureArea AreaShapeType=\"3\" /></A>");
+    NodePtr noList = parseXml("<A><TemperatureMeasureArea AreaShapeType=\"3\" /></A>");
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(noList, back));
     ASSERT_EQ(back.getPointCoordinateList().size(), 1u);
     EXPECT_EQ(back.getAreaShapeType(), 3);
-    NodePtr odd = read("<A><TemperatureMeasureArea PointCoordinateList=\"(5,6);;junk;(7, 8)\" /></A>");
+    NodePtr odd = parseXml("<A><TemperatureMeasureArea PointCoordinateList=\"(5,6);;junk;(7, 8)\" /></A>");
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(odd, back));
     ASSERT_EQ(back.getPointCoordinateList().size(), 2u);
     EXPECT_EQ(back.getPointCoordinateList()[0].getPointY(), 6);
@@ -97,7 +75,7 @@ TEST(ThermalArea, PointsTravelAsOneText) {
 
 TEST(ThermalArea, OptionalItemsKeepTheirDefaults) {
     TemperatureAreaAndAlarmParam area;
-    NodePtr node = read("<A AreaId=\"4\" AlarmValue=\"61.5\" />");
+    NodePtr node = parseXml("<A AreaId=\"4\" AlarmValue=\"61.5\" />");
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(node, area));
     EXPECT_EQ(area.getAreaId(), 4);
     EXPECT_FLOAT_EQ(area.getAlarmValue(), 61.5f);
@@ -108,17 +86,17 @@ TEST(ThermalArea, OptionalItemsKeepTheirDefaults) {
 
     // The name is a fixed field of 32 characters: 33 are refused, the parse goes on.
     ASSERT_TRUE(area.setAreaName("old"));
-    NodePtr longName = read("<A AreaName=\"" + std::string(33, 'n') + "\" AreaId=\"9\" />");
+    NodePtr longName = parseXml("<A AreaName=\"" + std::string(33, 'n') + "\" AreaId=\"9\" />");
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(longName, area));
     EXPECT_EQ(std::string(area.getAreaName()), "old");
     EXPECT_EQ(area.getAreaId(), 9);
-    NodePtr fits = read("<A AreaName=\"" + std::string(32, 'n') + "\" />");
+    NodePtr fits = parseXml("<A AreaName=\"" + std::string(32, 'n') + "\" />");
     ASSERT_TRUE(TemperatureAreaAndAlarmParamXml().parseDomainXmlNode(fits, area));
     EXPECT_EQ(std::string(area.getAreaName()), std::string(32, 'n'));
 
     // Inside the measuring parameter, as list items.
     ThermalTemperatureMeasureParam measure;
-    NodePtr lists = read(
+    NodePtr lists = parseXml(
         "<ThermalTemperatureMeasureParam MeasureMode=\"1\"><TemperatureAreaAndAlarmParamList>"
         "<TemperatureAreaAndAlarmParam AreaId=\"1\" /><Other AreaId=\"2\" "
         "/></TemperatureAreaAndAlarmParamList>"
@@ -130,7 +108,7 @@ TEST(ThermalArea, OptionalItemsKeepTheirDefaults) {
     // ThermalImagerConfigureParam resets: an absent value overwrites the constructor's 25.0.
     ThermalImagerConfigureParam imager;
     EXPECT_FLOAT_EQ(imager.getEnvironmentTemperature(), 25.0f);
-    NodePtr bare = read("<T />");
+    NodePtr bare = parseXml("<T />");
     ASSERT_TRUE(ThermalImagerConfigureParamXml().parseDomainXmlNode(bare, imager));
     EXPECT_FLOAT_EQ(imager.getEnvironmentTemperature(), 0.0f);
     EXPECT_EQ(imager.getDisplayMode(), 0);
@@ -138,7 +116,7 @@ TEST(ThermalArea, OptionalItemsKeepTheirDefaults) {
 
 TEST(ThermalResultCode, NumberListsReadByFormat) {
     ThermalOperateResultCode code;
-    NodePtr node = read(
+    NodePtr node = parseXml(
         "<ThermalOperateResultCode OperateReturnCode=\"-3\">"
         "<OperateItemId OperateItemIdList=\"(OperateId:5);(OperateId:7)\" />"
         "<ParamErrorCode ParamErrorCodeList=\"(ErrorCode:12)\" /></ThermalOperateResultCode>");
@@ -150,14 +128,14 @@ TEST(ThermalResultCode, NumberListsReadByFormat) {
     NodePtr built(new DomainXmlNode("ThermalOperateResultCode"));
     ASSERT_TRUE(
         ThermalOperateResultCodeXml().createDomainXmlNode(static_cast<const BaseDomain*>(&code), built));
-    EXPECT_EQ(printed(built),
+    EXPECT_EQ(printXml(built),
               "<ThermalOperateResultCode OperateReturnCode=\"-3\">\n"
               "\t<OperateItemId OperateItemIdList=\"(OperateId:5);(OperateId:7)\" />\n"
               "\t<ParamErrorCode ParamErrorCodeList=\"(ErrorCode:12)\" />\n"
               "</ThermalOperateResultCode>\n");
 
     // Absent children and attributes keep what the record had.
-    NodePtr bare = read("<ThermalOperateResultCode />");
+    NodePtr bare = parseXml("<ThermalOperateResultCode />");
     ASSERT_TRUE(ThermalOperateResultCodeXml().parseDomainXmlNode(bare, code));
     EXPECT_EQ(code.getOperateItemIdList().size(), 2u);
     EXPECT_EQ(code.getOperateReturnCode(), -3);
@@ -189,28 +167,10 @@ TEST(ThermalCodecs, LinesAndStrictShape) {
 
     ThermalAreaOperationConfig config;
     config.setAreaIdList({3, 4});
-    NodePtr node = read("<ThermalAreaOperationConfig AreaOperationConfigType=\"2\" />");
+    NodePtr node = parseXml("<ThermalAreaOperationConfig AreaOperationConfigType=\"2\" />");
     ASSERT_TRUE(ThermalAreaOperationConfigXml().parseDomainXmlNode(node, config));
     EXPECT_EQ(config.getAreaIdList(), (std::vector<int>{3, 4}));
 }
-
-// Turns the trace entry on for one scope and restores it.
-class TraceOn {
-  public:
-    TraceOn() : m_bEnabled(config().isEnabled()), m_nLevel(config().getLevel()) {
-        config().setEnabled(true);
-        config().setLevel(3);
-    }
-    ~TraceOn() {
-        config().setEnabled(m_bEnabled);
-        config().setLevel(m_nLevel);
-    }
-
-  private:
-    static OLTraceConfig& config() { return OLTraceConfig::getInstance(); }
-    bool m_bEnabled;
-    int m_nLevel;
-};
 
 TEST(FisheyeLayoutSupport, LoggedShapeThroughTheTrace) {
     FisheyeVideoLayoutSupport support;
@@ -221,7 +181,7 @@ TEST(FisheyeLayoutSupport, LoggedShapeThroughTheTrace) {
     EXPECT_EQ(out, "");
     EXPECT_EQ(support.getSensorSize(), 0);
 
-    TraceOn trace;
+    ScopedTrace trace(3, true);
     EXPECT_TRUE(parseCaptured<FisheyeVideoLayoutSupportXml>("<S width=\"1920\" />", support, out));
     const std::string expectedStart =
         "getProperty get SensorSize failed \n"

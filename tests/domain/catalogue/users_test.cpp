@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "CatalogueTestSupport.h"
 #include "domain/codecs/LoginSessionXml.h"
 #include "domain/codecs/OperateLogInfoXml.h"
 #include "domain/codecs/PrivilegeGroupXml.h"
@@ -13,32 +14,10 @@
 #include "domain/codecs/PrivilegeXml.h"
 #include "domain/codecs/SecurityParamXml.h"
 #include "domain/codecs/UserDefineParamXml.h"
-#include "domain/xml/DomainXmlNode.h"
 
 namespace {
 
-using NodePtr = SafePointer<DomainXmlNode>;
-
-NodePtr parseText(const std::string& text) {
-    NodePtr node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node)) << text;
-    return node;
-}
-
-std::string print(const NodePtr& node) {
-    std::string text;
-    EXPECT_TRUE(DomainXmlNode::toString(node, text));
-    return text;
-}
-
-template <class Codec, class Record>
-std::string parseLogged(const std::string& text, Record& record, bool& ok) {
-    NodePtr node = parseText(text);
-    Codec codec;
-    testing::internal::CaptureStdout();
-    ok = codec.parseDomainXmlNode(node, record);
-    return testing::internal::GetCapturedStdout();
-}
+using namespace catalogue_test;
 
 TEST(UserRecords, PrivilegeShortLinesAndOptionalDevices) {
     Privilege record;
@@ -140,7 +119,7 @@ TEST(UserRecords, LoginSessionNarrowIdDoubleTimeOptionalAddress) {
     NodePtr node(new DomainXmlNode("LoginSession"));
     LoginSessionXml codec;
     ASSERT_TRUE(codec.createDomainXmlNode(session, node));
-    const std::string text = print(node);
+    const std::string text = printXml(node);
     EXPECT_EQ(text.substr(0, text.find('\n')),
               "<LoginSession SessionId=\"4464\" Time=\"0.123457\" FromIP=\"192.168.1.5\">");
     EXPECT_NE(text.find("\t<PrivilegesList>\n\t\t<Privileges Privileges=\"view\" />\n\t</PrivilegesList>\n"),
