@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "discovery/CommandHead.h"
 
 class CommandBuffer;
@@ -30,6 +32,12 @@ class Command {
     // Checks the identifier and that the body fills the rest of the buffer:
     // 0, -401 for another identifier, -404 for a wrong length.
     int checkFrame(const CommandBuffer& in, int expectedId) const;
+    // The frame of a text body: `text` and its terminating zero.
+    int encodeTextFrame(CommandBuffer& out, const std::string& text);
+    // Reads the head, checks the frame and copies the whole body into `text`:
+    // 0, the result of decodeHead or checkFrame, or -404 when the body is not
+    // inside the buffer.
+    int decodeTextFrame(CommandBuffer& in, int expectedId, std::string& text);
 
     CommandHead m_objHead;
 };

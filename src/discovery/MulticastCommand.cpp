@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "discovery/WireFormat.h"
+#include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
 
 using namespace discovery_wire;
@@ -34,23 +35,12 @@ bool DeviceInfoDocument::build() {
     element.SetAttribute("PreferredDNSIP", m_szPreferredDNSIP);
     element.SetAttribute("ControlPort", static_cast<int>(m_nControlPort));
     element.SetAttribute("DeviceTime", m_szDeviceTime);
-    TiXmlNode* linked = m_objDocument.InsertEndChild(element);
-    if (linked == nullptr) return false;
-    m_pCurrent = linked->ToElement();
-
-    TiXmlPrinter printer;
-    printer.SetIndent("\t");
-    if (!m_objDocument.Accept(&printer)) return false;
-    m_strText = printer.Str();
-    return true;
+    return discovery_xml::printDocument(m_objDocument, element, m_pCurrent, m_strText);
 }
 
 bool DeviceInfoDocument::parse(const std::string& text) {
     m_strText = text;
-    m_objDocument.Clear();
-    m_objDocument.Parse(m_strText.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
-    if (m_objDocument.Error()) return false;
-    m_pCurrent = m_objDocument.FirstChildElement(kElement);
+    m_pCurrent = discovery_xml::parseDocument(m_objDocument, m_strText, kElement);
     if (m_pCurrent == nullptr) return false;
 
     struct TextField {
@@ -99,19 +89,13 @@ int MulticastCommand::encode(CommandBuffer& out) {
     DeviceInfoDocument document;
     static_cast<DeviceInfoFields&>(document) = m_objFields;
     if (!document.build()) return -2;
-    const std::string& text = document.getText();
-    // The terminating zero is part of the body.
-    return encodeFrame(out, text.c_str(), static_cast<int>(text.size() + 1));
+    return encodeTextFrame(out, document.getText());
 }
 
 int MulticastCommand::decode(CommandBuffer& in) {
-    int result = decodeHead(in);
+    std::string text;
+    int result = decodeTextFrame(in, kCommandId, text);
     if (result != 0) return result;
-    result = checkFrame(in, kCommandId);
-    if (result != 0) return result;
-    const unsigned char* body = span(in, CommandHead::kSize, static_cast<unsigned>(getBodyLength()));
-    if (body == nullptr) return -404;
-    std::string text(reinterpret_cast<const char*>(body), static_cast<size_t>(getBodyLength()));
 
     DeviceInfoDocument document;
     if (!document.parse(text)) return -404;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+#include <tinyxml.h>
+
+// The document steps shared by the discovery commands whose body is one XML
+// element (DeviceInfo, DeviceBaseInfo).
+namespace discovery_xml {
+
+// Appends a copy of `root` to `document`, points `current` at that copy and
+// prints the document with a tab as indent into `text`. False when the copy
+// cannot be linked or the document cannot be printed.
+inline bool printDocument(TiXmlDocument& document, const TiXmlElement& root, TiXmlElement*& current,
+                          std::string& text) {
+    TiXmlNode* linked = document.InsertEndChild(root);
+    if (linked == nullptr) return false;
+    current = linked->ToElement();
+
+    TiXmlPrinter printer;
+    printer.SetIndent("\t");
+    if (!document.Accept(&printer)) return false;
+    text = printer.Str();
+    return true;
+}
+
+// Parses `text` (up to its first zero byte) into the emptied `document` and
+// returns its top-level element named `rootName`; null on a parse error or
+// when there is none. `text` must outlive the call only.
+inline TiXmlElement* parseDocument(TiXmlDocument& document, const std::string& text, const char* rootName) {
+    document.Clear();
+    document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+    if (document.Error()) return nullptr;
+    return document.FirstChildElement(rootName);
+}
+
+}  // namespace discovery_xml
