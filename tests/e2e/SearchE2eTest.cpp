@@ -354,6 +354,43 @@ TEST_F(SearchE2e, MalformedDatagramDeafensOnlyThatAdaptersAnswerSocket) {
     EXPECT_EQ(idRange(1, 6), std::set<std::string>(again.begin(), again.end()));
 }
 
+TEST_F(SearchE2e, MalformedAnnouncementDeafensOnlyThatAdaptersAnnouncementSocket) {
+    e2e::addAddresses(m_pRig->lanA(), "ethC", "198.51.100", 10, 12, 24);
+    e2e::addAddresses(m_pRig->lanB(), "ethC", "203.0.113", 10, 12, 24);
+    Collector collector;
+    Subscription subscription(m_pSearch->getIPsearchListener(), collector, true);
+    startMulticast(0, "");
+    std::this_thread::sleep_for(300ms);
+
+    // A datagram without the envelope's marker, to the announcement group on LAN A.
+    m_pRig->lanA().run([&] {
+        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(30003);
+        to.sin_addr.s_addr = inet_addr("234.5.6.7");
+        const char junk[] = "\x01 no envelope here";
+        EXPECT_GT(sendto(fd, junk, sizeof(junk), 0, reinterpret_cast<sockaddr*>(&to), sizeof(to)), 0);
+        close(fd);
+    });
+    std::this_thread::sleep_for(300ms);
+
+    Devsim devA(m_pRig->lanA(), "198.51.100.10-198.51.100.12",
+                {"--no-query-answer", "--form", "23", "--announce-interval", "0.3"});
+    Devsim devB(m_pRig->lanB(), "203.0.113.10-203.0.113.12",
+                {"--no-query-answer", "--form", "23", "--announce-interval", "0.3", "--first-index", "3"});
+    EXPECT_TRUE(collector.waitFor(3, 3s));
+    std::this_thread::sleep_for(1000ms);
+    const std::multiset<std::string> found = ids(collector.take());
+    EXPECT_EQ(idRange(4, 6), std::set<std::string>(found.begin(), found.end()));
+
+    m_pSearch->stopSearch(false);
+    startMulticast(0, "");
+    EXPECT_TRUE(collector.waitFor(6, 3s));
+    const std::multiset<std::string> again = ids(collector.take());
+    EXPECT_EQ(idRange(1, 6), std::set<std::string>(again.begin(), again.end()));
+}
+
 TEST_F(SearchE2e, ToolPrintsJsonLinesAndRefusesBadArguments) {
     e2e::addAddresses(m_pRig->lanA(), "ethC", "198.51.100", 10, 13, 24);
     Devsim dev(m_pRig->lanA(), "198.51.100.10-198.51.100.13", {"--no-announce"});

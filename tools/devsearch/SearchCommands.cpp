@@ -211,10 +211,10 @@ int runSearch(const std::vector<std::string>& args, ToolStreams& io) {
     // Records still queued when the search ended.
     QCoreApplication::processEvents();
 
-    std::fprintf(
-        io.err, "devsearch search: %zu devices (%zu records) in %.1f s%s; the last new device after %.3f s\n",
-        collector.devices(), collector.records(), searched,
-        named ? (" on " + interface).c_str() : " on all adapters", collector.lastAt());
+    std::fprintf(io.err,
+                 "devsearch search: %zu found (%zu records) in %.1f s%s; the last new device after %.3f s\n",
+                 collector.devices(), collector.records(), searched,
+                 named ? (" on " + interface).c_str() : " on all adapters", collector.lastAt());
     return 0;
 }
 
@@ -307,7 +307,7 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
         }
         const int width = 30;
         const int filled = int(width * std::min(1.0, elapsed / bound));
-        std::fprintf(io.err, "\r\033[K[%s%s] %llu/%llu addresses, %zu devices, %.1f s left",
+        std::fprintf(io.err, "\r\033[K[%s%s] %llu/%llu addresses, %zu found, %.1f s left",
                      std::string(filled, '#').c_str(), std::string(width - filled, '.').c_str(),
                      static_cast<unsigned long long>(queried), static_cast<unsigned long long>(count),
                      collector.devices(), std::max(0.0, bound - elapsed));
@@ -351,7 +351,7 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
     app.exec();
     QCoreApplication::processEvents();
     clearBar();
-    std::fprintf(io.err, "devsearch range: %zu devices in %llu addresses in %.1f s%s\n", collector.devices(),
+    std::fprintf(io.err, "devsearch range: %zu found in %llu addresses in %.1f s%s\n", collector.devices(),
                  static_cast<unsigned long long>(count), secondsSince(started),
                  g_bInterrupted ? " (interrupted)" : "");
     if (g_bInterrupted) {
