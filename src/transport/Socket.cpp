@@ -55,6 +55,12 @@ int remainingMs(int timeoutMs, long long start) {
     return left > 0 ? static_cast<int>(left) : 0;
 }
 
+void setAddress(InetAddr& addr, const char* host, unsigned short port, int ipVersion) {
+    addr.setIP(host);
+    addr.setPORT(port);
+    addr.setIPProtoVer(ipVersion);
+}
+
 bool isWouldBlock(int err) {
     return err == EAGAIN || err == EWOULDBLOCK;
 }
@@ -127,6 +133,15 @@ bool Socket::setIntOption(int level, int name, int value, bool report) {
         if (report) {
             reportError("setsockopt");
         }
+        return false;
+    }
+    return true;
+}
+
+bool Socket::getIntOption(int level, int name, int* out) {
+    socklen_t n = sizeof(*out);
+    if (getsockopt(m_hSocket, level, name, out, &n) != 0) {
+        reportError("getsockopt");
         return false;
     }
     return true;
@@ -415,9 +430,7 @@ int Socket::recvFromTimed(void* buf, unsigned len, InetAddr* from, int timeoutMs
             return -1;
         }
         if (from != nullptr) {
-            from->setIP(host);
-            from->setPORT(port);
-            from->setIPProtoVer(m_nIPVersion);
+            setAddress(*from, host, port, m_nIPVersion);
         }
         return n;
     }
@@ -431,9 +444,7 @@ int Socket::recvFrom(void* buf, unsigned len, InetAddr* from) {
         return -1;
     }
     if (from != nullptr) {
-        from->setIP(host);
-        from->setPORT(port);
-        from->setIPProtoVer(m_nIPVersion);
+        setAddress(*from, host, port, m_nIPVersion);
     }
     return n;
 }
@@ -541,9 +552,7 @@ bool Socket::connect(const char* host, unsigned short port) {
         reportError("connect");
         return false;
     }
-    m_objAddr.setIP(host != nullptr ? host : "");
-    m_objAddr.setPORT(port);
-    m_objAddr.setIPProtoVer(m_nIPVersion);
+    setAddress(m_objAddr, host != nullptr ? host : "", port, m_nIPVersion);
     return true;
 }
 
@@ -574,9 +583,7 @@ bool Socket::connectTimed(const char* host, unsigned short port, int timeoutMs) 
     if (!setNonBlocking(false)) {
         return false;
     }
-    m_objAddr.setIP(host != nullptr ? host : "");
-    m_objAddr.setPORT(port);
-    m_objAddr.setIPProtoVer(m_nIPVersion);
+    setAddress(m_objAddr, host != nullptr ? host : "", port, m_nIPVersion);
     return true;
 }
 
@@ -623,9 +630,7 @@ int Socket::acceptInto(ISocket* out, int timeoutMs) {
         return -1;
     }
     InetAddr* addr = out->getAddr();
-    addr->setIP(host);
-    addr->setPORT(peerPort);
-    addr->setIPProtoVer(m_nIPVersion);
+    setAddress(*addr, host, peerPort, m_nIPVersion);
     out->setHandle(fd);
     return 0;
 }
@@ -828,12 +833,7 @@ bool Socket::getRecvBufferSize(int* out) {
     if (latched() || out == nullptr) {
         return false;
     }
-    socklen_t n = sizeof(*out);
-    if (getsockopt(m_hSocket, SOL_SOCKET, SO_RCVBUF, out, &n) != 0) {
-        reportError("getsockopt");
-        return false;
-    }
-    return true;
+    return getIntOption(SOL_SOCKET, SO_RCVBUF, out);
 }
 
 bool Socket::setSendBufferSize(int bytes) {
@@ -855,12 +855,7 @@ bool Socket::getSendBufferSize(int* out) {
     if (latched() || out == nullptr) {
         return false;
     }
-    socklen_t n = sizeof(*out);
-    if (getsockopt(m_hSocket, SOL_SOCKET, SO_SNDBUF, out, &n) != 0) {
-        reportError("getsockopt");
-        return false;
-    }
-    return true;
+    return getIntOption(SOL_SOCKET, SO_SNDBUF, out);
 }
 
 bool Socket::setReuseAddr(bool on) {

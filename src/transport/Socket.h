@@ -101,6 +101,8 @@ class Socket : public ISocket {
     bool adoptAdapterSocket(const sockaddr_storage& local);
     void chooseMulticastInterface();
     bool setIntOption(int level, int name, int value, bool report);
+    // Reads an int option into *out; false (reported) when getsockopt fails.
+    bool getIntOption(int level, int name, int* out);
 
     static constexpr int kDropped = -100;
 
