@@ -128,6 +128,15 @@ SCALAR_LIST_RE = re.compile(
 INLINE_LIST_RE = re.compile(r"^" + TAG + PRES + r"\s+list of\s+([A-Za-z_]\w*)\s*\{(.*)\}\s*$", re.S)
 LIST_RE = re.compile(r"^" + TAG + PRES + r"\s+list of\s+([A-Za-z_]\w*)\s*$")
 
+# The child forms, in the order they are tried: the third group names a record
+# type ("type") or holds the items of an inline element ("items").
+NESTED_FORMS = (
+    (CHILD_RE, "child", "type"),
+    (INLINE_RE, "inline", "items"),
+    (REPEATED_RE, "repeated", "type"),
+    (REPEATED_INLINE_RE, "repeated_inline", "items"),
+)
+
 
 def split_items(text, path, line):
     """Splits at ';' and line ends outside braces; returns (text, line) pairs."""
@@ -227,26 +236,15 @@ def parse_item(text, path, line):
     m = OPAQUE_RE.match(text)
     if m:
         return Item("opaque", m.group(1), PRESENCE[m.group(2)], line)
-    m = CHILD_RE.match(text)
-    if m:
-        it = Item("child", m.group(1), PRESENCE[m.group(2)], line)
-        it.type = m.group(3)
-        return it
-    m = INLINE_RE.match(text)
-    if m:
-        it = Item("inline", m.group(1), PRESENCE[m.group(2)], line)
-        it.items = parse_items(m.group(3), path, line)
-        return it
-    m = REPEATED_RE.match(text)
-    if m:
-        it = Item("repeated", m.group(1), PRESENCE[m.group(2)], line)
-        it.type = m.group(3)
-        return it
-    m = REPEATED_INLINE_RE.match(text)
-    if m:
-        it = Item("repeated_inline", m.group(1), PRESENCE[m.group(2)], line)
-        it.items = parse_items(m.group(3), path, line)
-        return it
+    for regex, kind, content in NESTED_FORMS:
+        m = regex.match(text)
+        if m:
+            it = Item(kind, m.group(1), PRESENCE[m.group(2)], line)
+            if content == "type":
+                it.type = m.group(3)
+            else:
+                it.items = parse_items(m.group(3), path, line)
+            return it
     m = SCALAR_LIST_RE.match(text)
     if m:
         it = Item("scalar_list", m.group(1), PRESENCE[m.group(2)], line)
