@@ -55,27 +55,20 @@ struct Wire {
     static F in(const type& value) { return value; }
     static int lineValue(const type&) { return 0; }
 };
-template <>
-struct Wire<int> {
+// An integer no wider than int travels as int; a read keeps its low bits.
+template <class F>
+struct IntWire {
     typedef int type;
-    static int out(int value) { return value; }
-    static int in(int value) { return value; }
+    static int out(F value) { return value; }
+    static F in(int value) { return static_cast<F>(value); }
     static int lineValue(int value) { return value; }
 };
 template <>
-struct Wire<unsigned short> {
-    typedef int type;
-    static int out(unsigned short value) { return value; }
-    static unsigned short in(int value) { return static_cast<unsigned short>(value); }  // low 16 bits
-    static int lineValue(int value) { return value; }
-};
+struct Wire<int> : IntWire<int> {};
 template <>
-struct Wire<unsigned char> {
-    typedef int type;
-    static int out(unsigned char value) { return value; }
-    static unsigned char in(int value) { return static_cast<unsigned char>(value); }  // low 8 bits
-    static int lineValue(int value) { return value; }
-};
+struct Wire<unsigned short> : IntWire<unsigned short> {};  // low 16 bits
+template <>
+struct Wire<unsigned char> : IntWire<unsigned char> {};  // low 8 bits
 template <>
 struct Wire<int64_t> {
     typedef int type;
