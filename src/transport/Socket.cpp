@@ -61,6 +61,12 @@ void setAddress(InetAddr& addr, const char* host, unsigned short port, int ipVer
     addr.setIPProtoVer(ipVersion);
 }
 
+int readIntOption(int fd, int level, int name, int fallback) {
+    int value = 0;
+    socklen_t n = sizeof(value);
+    return getsockopt(fd, level, name, &value, &n) == 0 ? value : fallback;
+}
+
 bool isWouldBlock(int err) {
     return err == EAGAIN || err == EWOULDBLOCK;
 }
@@ -148,12 +154,7 @@ bool Socket::getIntOption(int level, int name, int* out) {
 }
 
 bool Socket::open() {
-    if (m_hSocket != kInvalidSocket) {
-        ::close(m_hSocket);
-        m_hSocket = kInvalidSocket;
-    }
-    m_bAdapterBound = false;
-    m_bMulticastIfChosen = false;
+    Socket::close();
     int sysType = m_nType == 1 ? SOCK_STREAM : (m_nType == 2 ? SOCK_DGRAM : -1);
     m_hSocket = sysType < 0 ? -1 : ::socket(m_nFamily, sysType | SOCK_CLOEXEC, 0);
     if (sysType < 0) {
@@ -180,9 +181,7 @@ bool Socket::open() {
             setIntOption(IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0, false);
         }
     } else {
-        int size = 0;
-        socklen_t n = sizeof(size);
-        m_nSendBufferSize = getsockopt(m_hSocket, SOL_SOCKET, SO_SNDBUF, &size, &n) == 0 ? size : -1;
+        m_nSendBufferSize = readIntOption(m_hSocket, SOL_SOCKET, SO_SNDBUF, -1);
     }
     m_nLastError = 0;
     return true;
@@ -844,9 +843,7 @@ bool Socket::setSendBufferSize(int bytes) {
         return false;
     }
     if (!isDatagram()) {
-        int size = 0;
-        socklen_t n = sizeof(size);
-        m_nSendBufferSize = getsockopt(m_hSocket, SOL_SOCKET, SO_SNDBUF, &size, &n) == 0 ? size : -1;
+        m_nSendBufferSize = readIntOption(m_hSocket, SOL_SOCKET, SO_SNDBUF, -1);
     }
     return true;
 }
@@ -988,12 +985,6 @@ bool findAdapterOf(int fd, const sockaddr_storage& local, AdapterInfo& out) {
     }
     ::close(nsFd);
     return found;
-}
-
-int readIntOption(int fd, int level, int name, int fallback) {
-    int value = 0;
-    socklen_t n = sizeof(value);
-    return getsockopt(fd, level, name, &value, &n) == 0 ? value : fallback;
 }
 
 void copyIntOption(int from, int to, int level, int name) {
