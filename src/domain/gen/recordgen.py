@@ -1001,6 +1001,11 @@ def emit_fields_header(cat, e):
     return "\n".join(g) + "\n"
 
 
+def codec_of_lines(name):
+    """The CodecOf specialization that names the codec of record `name`."""
+    return ["template <>", "struct CodecOf<%s> {" % name, "    typedef %sXml type;" % name, "};"]
+
+
 def emit_codec_header(cat, e):
     g = ["#pragma once", "", HEADER_NOTE % os.path.basename(e.path)]
     if e.no_codec:
@@ -1013,10 +1018,7 @@ def emit_codec_header(cat, e):
         g.append('#include "domain/codecs/hand/%sXml.h"' % e.name)
         g.append('#include "domain/codecs/CodecOf.h"')
         g.append("")
-        g.append("template <>")
-        g.append("struct CodecOf<%s> {" % e.name)
-        g.append("    typedef %sXml type;" % e.name)
-        g.append("};")
+        g.extend(codec_of_lines(e.name))
         return "\n".join(g) + "\n"
     g.append("#include <vector>")
     g.append("")
@@ -1042,10 +1044,7 @@ def emit_codec_header(cat, e):
     g.append("    bool parseDomainXmlNode(SafePointer<DomainXmlNode>& node, std::vector<%s>& records);" % e.name)
     g.append("};")
     g.append("")
-    g.append("template <>")
-    g.append("struct CodecOf<%s> {" % e.name)
-    g.append("    typedef %sXml type;" % e.name)
-    g.append("};")
+    g.extend(codec_of_lines(e.name))
     return "\n".join(g) + "\n"
 
 
