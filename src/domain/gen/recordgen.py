@@ -285,21 +285,23 @@ def parse_annotation(entry, text, path, line):
     if not m:
         raise SchemaError(path, line, "bad annotation: %s" % text)
     name, arg = m.group(1), m.group(2).strip()
+
+    def arg_match(pattern, message):
+        found = re.match(pattern, arg)
+        if not found:
+            raise SchemaError(path, line, message)
+        return found
+
     if name == "item":
-        if not re.match(r"^[A-Za-z_]\w*$", arg):
-            raise SchemaError(path, line, "@item needs a name")
+        arg_match(r"^[A-Za-z_]\w*$", "@item needs a name")
         entry.item_name = arg
     elif name == "short":
         entry.short = True
     elif name == "line":
-        m2 = re.match(r'^([A-Za-z_]\w*)\s+"(.*)"$', arg)
-        if not m2:
-            raise SchemaError(path, line, '@line needs a tag and a quoted text')
+        m2 = arg_match(r'^([A-Za-z_]\w*)\s+"(.*)"$', '@line needs a tag and a quoted text')
         entry.lines[m2.group(1)] = m2.group(2)
     elif name == "node":
-        m2 = re.match(r"^([A-Za-z_]\w*)\s+([A-Za-z_]\w*)$", arg)
-        if not m2:
-            raise SchemaError(path, line, "@node needs a tag and a node name")
+        m2 = arg_match(r"^([A-Za-z_]\w*)\s+([A-Za-z_]\w*)$", "@node needs a tag and a node name")
         entry.nodes[m2.group(1)] = m2.group(2)
     elif name == "strict":
         if arg:
@@ -309,9 +311,7 @@ def parse_annotation(entry, text, path, line):
     elif name == "trace":
         entry.trace = True
         if arg:
-            m2 = re.match(r"^children=(\d)$", arg)
-            if not m2:
-                raise SchemaError(path, line, "@trace takes children=L")
+            m2 = arg_match(r"^children=(\d)$", "@trace takes children=L")
             entry.trace_children = int(m2.group(1))
     elif name == "parse":
         tags = [t.strip() for t in arg.split(";") if t.strip()]
@@ -331,9 +331,7 @@ def parse_annotation(entry, text, path, line):
     elif name == "compare":
         entry.compare = True
     elif name == "absent":
-        m2 = re.match(r"^([A-Za-z_]\w*)\s+(.+)$", arg)
-        if not m2:
-            raise SchemaError(path, line, "@absent needs a tag and a value")
+        m2 = arg_match(r"^([A-Za-z_]\w*)\s+(.+)$", "@absent needs a tag and a value")
         entry.absent[m2.group(1)] = (m2.group(2), line)
     elif name == "keep":
         if not arg:
