@@ -177,34 +177,26 @@ TEST(IntelligenceShapes, UnitIsBoundedToTenCharacters) {
     EXPECT_TRUE(plainFlag.getEnable());
 }
 
-TEST(IntelligenceShapes, FilledShapesRoundTripForEveryKind) {
-    const AbilityShapeKind kinds[] = {AbilityShapeKind::Flag, AbilityShapeKind::UnitFlag};
-    for (AbilityShapeKind kind : kinds) {
-        AbilityFlag in, out;
-        fillAbilityShape(in, kind, 12);
-        NodePtr node(new DomainXmlNode("X"));
-        buildAbilityShape(node, "F", in);
-        NodePtr reread = parseXml(printXml(node));
-        parseAbilityShape(reread, "F", kind, out);
-        EXPECT_EQ(in, out);
-    }
-    const AbilityShapeKind rangeKinds[] = {AbilityShapeKind::Range, AbilityShapeKind::PlainRange};
-    for (AbilityShapeKind kind : rangeKinds) {
-        AbilityRange in, out;
-        fillAbilityShape(in, kind, 5);
-        NodePtr node(new DomainXmlNode("X"));
-        buildAbilityShape(node, "R", in);
-        NodePtr reread = parseXml(printXml(node));
-        parseAbilityShape(reread, "R", kind, out);
-        EXPECT_EQ(in, out);
-    }
-    AbilityFloatRange fin, fout;
-    fillAbilityShape(fin, AbilityShapeKind::FloatRange, 2);
+// Fills a shape of kind, builds it under tag, reads it back and compares.
+template <class Shape>
+void expectShapeRoundTrip(AbilityShapeKind kind, const char* tag, int seed) {
+    Shape in, out;
+    fillAbilityShape(in, kind, seed);
     NodePtr node(new DomainXmlNode("X"));
-    buildAbilityShape(node, "A", fin);
+    buildAbilityShape(node, tag, in);
     NodePtr reread = parseXml(printXml(node));
-    parseAbilityShape(reread, "A", AbilityShapeKind::FloatRange, fout);
-    EXPECT_EQ(fin, fout);
+    parseAbilityShape(reread, tag, kind, out);
+    EXPECT_EQ(in, out) << tag;
+}
+
+TEST(IntelligenceShapes, FilledShapesRoundTripForEveryKind) {
+    for (AbilityShapeKind kind : {AbilityShapeKind::Flag, AbilityShapeKind::UnitFlag}) {
+        expectShapeRoundTrip<AbilityFlag>(kind, "F", 12);
+    }
+    for (AbilityShapeKind kind : {AbilityShapeKind::Range, AbilityShapeKind::PlainRange}) {
+        expectShapeRoundTrip<AbilityRange>(kind, "R", 5);
+    }
+    expectShapeRoundTrip<AbilityFloatRange>(AbilityShapeKind::FloatRange, "A", 2);
 }
 
 const char kEvent[] =
