@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "Product/Technic/OLTrace.h"
+#include "domain/DomainContainer.h"
 #include "domain/xml/DomainXmlNode.h"
 
 namespace catalogue_test {
@@ -52,6 +55,25 @@ std::string buildXml(const R& record, const char* name) {
     NodePtr node(new DomainXmlNode(name));
     EXPECT_TRUE(C().createDomainXmlNode(record, node));
     return printXml(node);
+}
+
+// Builds a list of `count` fresh records R with the codec C under the element
+// listTag and returns the names of the item elements it wrote.
+template <class C, class R>
+std::vector<std::string> builtItemNames(std::size_t count, const char* listTag) {
+    DomainVectorContainer<R> list;
+    list.getItems().resize(count);
+    NodePtr node(new DomainXmlNode(listTag));
+    EXPECT_TRUE(C().createDomainXmlNode(static_cast<const BaseDomain*>(&list), node));
+    DomainXmlNode::NodeVector items;
+    EXPECT_TRUE(node->getAllConfigNodes(items));
+    std::vector<std::string> names;
+    for (NodePtr& item : items) {
+        std::string name;
+        EXPECT_TRUE(item->getName(name));
+        names.push_back(name);
+    }
+    return names;
 }
 
 // Sets the trace level (and, when asked, turns the trace entry on) for one

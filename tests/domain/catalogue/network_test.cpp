@@ -245,16 +245,8 @@ TEST(NetworkRecords, SNMPOwnLinesAndItemName) {
     EXPECT_FALSE(ok);
     EXPECT_EQ(ability.getSupportSecurityLevel(), 2);
 
-    DomainVectorContainer<SNMPParam> list;
-    list.getItems().resize(1);
-    NodePtr node(new DomainXmlNode("SNMPParamList"));
-    SNMPParamXml codec;
-    ASSERT_TRUE(codec.createDomainXmlNode(static_cast<const BaseDomain*>(&list), node));
-    DomainXmlNode::NodeVector items;
-    ASSERT_TRUE(node->getAllConfigNodes(items));
-    std::string name;
-    ASSERT_TRUE(items[0]->getName(name));
-    EXPECT_EQ(name, "SNMParam");
+    EXPECT_EQ((builtItemNames<SNMPParamXml, SNMPParam>(1, "SNMPParamList")),
+              std::vector<std::string>{"SNMParam"});
 }
 
 TEST(NetworkRecords, ShortLinesOfLoggedPorts) {

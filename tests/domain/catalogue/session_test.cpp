@@ -181,28 +181,10 @@ TEST(SessionMessages, RecordPolicyKeepsScheduleWithoutItsList) {
 }
 
 TEST(SessionMessages, PTZConfigListItemNames) {
-    DomainVectorContainer<EtPTZUserConfig> users;
-    users.getItems().resize(1);
-    NodePtr node(new DomainXmlNode("EtPTZUserConfigList"));
-    EtPTZUserConfigXml userCodec;
-    ASSERT_TRUE(userCodec.createDomainXmlNode(static_cast<const BaseDomain*>(&users), node));
-    DomainXmlNode::NodeVector items;
-    ASSERT_TRUE(node->getAllConfigNodes(items));
-    ASSERT_EQ(items.size(), 1u);
-    std::string name;
-    ASSERT_TRUE(items[0]->getName(name));
-    EXPECT_EQ(name, "PTZUserConfig");
-
-    DomainVectorContainer<EtPTZLastStateConfig> states;
-    states.getItems().resize(2);
-    NodePtr stateNode(new DomainXmlNode("EtPTZLastStateConfigList"));
-    EtPTZLastStateConfigXml stateCodec;
-    ASSERT_TRUE(stateCodec.createDomainXmlNode(static_cast<const BaseDomain*>(&states), stateNode));
-    items.clear();
-    ASSERT_TRUE(stateNode->getAllConfigNodes(items));
-    ASSERT_EQ(items.size(), 2u);
-    ASSERT_TRUE(items[1]->getName(name));
-    EXPECT_EQ(name, "PTZLastStateConfig");
+    EXPECT_EQ((builtItemNames<EtPTZUserConfigXml, EtPTZUserConfig>(1, "EtPTZUserConfigList")),
+              std::vector<std::string>{"PTZUserConfig"});
+    EXPECT_EQ((builtItemNames<EtPTZLastStateConfigXml, EtPTZLastStateConfig>(2, "EtPTZLastStateConfigList")),
+              std::vector<std::string>(2, "PTZLastStateConfig"));
 }
 
 TEST(SessionMessages, PTZUserConfigStopsAtFirstMissingChild) {
