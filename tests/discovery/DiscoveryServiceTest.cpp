@@ -21,6 +21,7 @@
 #include "discovery/ScriptedPeer.h"
 #include "domain/records/InetAddr.h"
 #include "support/NetnsRig.h"
+#include "discovery/CollectingListener.h"
 
 namespace {
 
@@ -29,37 +30,6 @@ using testpeer::Bytes;
 using testpeer::Received;
 using testpeer::Reply;
 using testpeer::ScriptedPeer;
-
-class CollectingListener : public IDeviceDiscoveryListener {
-  public:
-    void onDeviceDiscovered(const DeviceSummaryInfo& record) override {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_records.push_back(record);
-        m_cv.notify_all();
-    }
-    bool waitFor(size_t n, std::chrono::milliseconds limit = 5000ms) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_cv.wait_for(lock, limit, [&] { return m_records.size() >= n; });
-    }
-    std::vector<DeviceSummaryInfo> records() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_records;
-    }
-    std::vector<std::string> ids() {
-        std::vector<std::string> out;
-        for (const auto& r : records()) out.push_back(r.getDeviceId());
-        return out;
-    }
-    void clear() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_records.clear();
-    }
-
-  private:
-    std::mutex m_mutex;
-    std::condition_variable m_cv;
-    std::vector<DeviceSummaryInfo> m_records;
-};
 
 // The query of the multicast search, byte by byte.
 Bytes expectedQuery() {

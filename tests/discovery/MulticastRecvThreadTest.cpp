@@ -23,38 +23,12 @@
 #include "discovery/MulticastCommand.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "support/NetnsRig.h"
+#include "discovery/CollectingListener.h"
 
 namespace {
 
 using dgram::Bytes;
 using namespace std::chrono_literals;
-
-class CollectingListener : public IDeviceDiscoveryListener {
-  public:
-    void onDeviceDiscovered(const DeviceSummaryInfo& record) override {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_records.push_back(record);
-        m_cv.notify_all();
-    }
-    // Waits until `count` records arrived; false on time-out.
-    bool waitFor(size_t count, std::chrono::milliseconds limit = 5000ms) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_cv.wait_for(lock, limit, [&] { return m_records.size() >= count; });
-    }
-    std::vector<DeviceSummaryInfo> records() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_records;
-    }
-    size_t count() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_records.size();
-    }
-
-  private:
-    std::mutex m_mutex;
-    std::condition_variable m_cv;
-    std::vector<DeviceSummaryInfo> m_records;
-};
 
 // Sends one datagram to the group from inside a LAN namespace.
 void sendToGroup(const testsupport::Netns& ns, const Bytes& datagram) {

@@ -115,6 +115,19 @@ class SearchE2e : public ::testing::Test {
     DeviceSearch* m_pSearch = nullptr;
 };
 
+// Sends one datagram of `junk` (with its terminating zero) from inside `ns`.
+void sendJunk(const testsupport::Netns& ns, const char* toIp, uint16_t port, const std::string& junk) {
+    ns.run([&] {
+        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(port);
+        to.sin_addr.s_addr = inet_addr(toIp);
+        EXPECT_GT(sendto(fd, junk.c_str(), junk.size() + 1, 0, reinterpret_cast<sockaddr*>(&to), sizeof(to)), 0);
+        close(fd);
+    });
+}
+
 TEST_F(SearchE2e, MulticastFindsEveryDeviceOnceOnBothLansAndTheQueryIsThe91Bytes) {
     e2e::addAddresses(m_pRig->lanA(), "ethC", "198.51.100", 10, 14, 24);
     e2e::addAddresses(m_pRig->lanB(), "ethC", "203.0.113", 10, 14, 24);
@@ -321,16 +334,7 @@ TEST_F(SearchE2e, MalformedDatagramDeafensOnlyThatAdaptersAnswerSocket) {
     std::this_thread::sleep_for(300ms);
 
     // A datagram that is no SDK command, to the answer port on LAN A.
-    m_pRig->lanA().run([&] {
-        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in to{};
-        to.sin_family = AF_INET;
-        to.sin_port = htons(31002);
-        to.sin_addr.s_addr = inet_addr("198.51.100.1");
-        const char junk[] = "\xAF\xAF not a command";
-        EXPECT_GT(sendto(fd, junk, sizeof(junk), 0, reinterpret_cast<sockaddr*>(&to), sizeof(to)), 0);
-        close(fd);
-    });
+    sendJunk(m_pRig->lanA(), "198.51.100.1", 31002, "\xAF\xAF not a command");
     std::this_thread::sleep_for(300ms);
 
     // Devices that answer late, unasked, on both LANs: LAN A's read socket is
@@ -363,16 +367,7 @@ TEST_F(SearchE2e, MalformedAnnouncementDeafensOnlyThatAdaptersAnnouncementSocket
     std::this_thread::sleep_for(300ms);
 
     // A datagram without the envelope's marker, to the announcement group on LAN A.
-    m_pRig->lanA().run([&] {
-        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in to{};
-        to.sin_family = AF_INET;
-        to.sin_port = htons(30003);
-        to.sin_addr.s_addr = inet_addr("234.5.6.7");
-        const char junk[] = "\x01 no envelope here";
-        EXPECT_GT(sendto(fd, junk, sizeof(junk), 0, reinterpret_cast<sockaddr*>(&to), sizeof(to)), 0);
-        close(fd);
-    });
+    sendJunk(m_pRig->lanA(), "234.5.6.7", 30003, "\x01 no envelope here");
     std::this_thread::sleep_for(300ms);
 
     Devsim devA(m_pRig->lanA(), "198.51.100.10-198.51.100.12",
