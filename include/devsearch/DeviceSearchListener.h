@@ -33,3 +33,17 @@ class DEVSEARCH_EXPORT IDeviceDiscoveryListener {
 
     virtual void onDeviceDiscovered(const DeviceSummaryInfo& record) = 0;
 };
+
+// Receives the progress of a range search pass, on the search thread. Counts
+// are of the pass in work: addresses done (answered, or given up when their
+// batch's wait ended), addresses in the pass, and records delivered.
+class DEVSEARCH_EXPORT IRangeSearchProgressListener {
+  public:
+    virtual ~IRangeSearchProgressListener();
+
+    // After every answer and at the end of every batch.
+    virtual void onRangeProgress(int done, int total, int found) = 0;
+    // Once per run, when it ends: the pass is complete, or it was stopped
+    // (done is then below total). Whether a search runs is already false.
+    virtual void onRangeFinished(int done, int total, int found) = 0;
+};

@@ -30,6 +30,14 @@ void DeviceRangeSearch::setListener(IDeviceSearcherListener* listener) {
     m_pImpl->setListener(listener);
 }
 
+void DeviceRangeSearch::setProgressListener(IRangeSearchProgressListener* listener) {
+    m_pImpl->setProgressListener(listener);
+}
+
+bool DeviceRangeSearch::isRunning() {
+    return m_pImpl->isSearching();
+}
+
 int DeviceRangeSearch::start() {
     return m_pImpl->start();
 }

@@ -4,6 +4,7 @@
 
 class DeviceRangeSearchThread;
 class IDeviceSearcherListener;
+class IRangeSearchProgressListener;
 
 // Handle through which the search controller drives the range search: one
 // owned engine and one forwarding member per operation.
@@ -20,6 +21,9 @@ class DeviceRangeSearch {
     void setPassLimit(int limit);
     void setSuppressDuplicates(bool on);
     void setListener(IDeviceSearcherListener* listener);
+    void setProgressListener(IRangeSearchProgressListener* listener);
+    // True from a successful start() until the run's end has been reported.
+    bool isRunning();
     int start();
     void stop();
 

@@ -105,12 +105,19 @@ void DeviceRangeSearchThread::setListener(IDeviceSearcherListener* listener) {
     m_pListener = listener;
 }
 
+void DeviceRangeSearchThread::setProgressListener(IRangeSearchProgressListener* listener) {
+    OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
+    m_pProgressListener = listener;
+}
+
 int DeviceRangeSearchThread::start() {
     if (isRunning()) return kAlreadyRunning;
     m_vecResults.clear();
     m_bStop = false;
+    m_bSearching = true;
     if (OLThread::start() < 0) {
         m_bStop = true;
+        m_bSearching = false;
         return kThreadNotStarted;
     }
     return 0;
@@ -143,6 +150,9 @@ int DeviceRangeSearchThread::run() {
         }
         uint32_t lastPass = getTickCount32();
         int passes = 0;
+        m_nPassDone = 0;
+        m_nPassTotal = static_cast<int>(work.size());
+        m_nPassFound = 0;
         while (!m_bStop) {
             bool firstPass;
             {
@@ -155,6 +165,8 @@ int DeviceRangeSearchThread::run() {
             }
             if (work.empty()) break;
 
+            m_nPassDone = 0;
+            m_nPassFound = 0;
             for (size_t i = 0; i < work.size() && !m_bStop; ++i) {
                 m_vecBatch.push_back(work[i]);
                 if (m_vecBatch.size() == static_cast<size_t>(kBatchSize) || i + 1 == work.size()) {
@@ -177,14 +189,32 @@ int DeviceRangeSearchThread::run() {
     }
     closeSockets();
     m_vecBatch.clear();
+    m_bSearching = false;
+    reportProgress(true);
     return 0;
 }
 
 void DeviceRangeSearchThread::runBatch(bool firstPass) {
+    const int doneBefore = m_nPassDone;
     sendPhase(firstPass);
     receivePhase();
     closeSockets();
+    if (!m_bStop) {
+        // Whatever did not answer is given up with its batch.
+        m_nPassDone = doneBefore + static_cast<int>(m_vecBatch.size());
+        reportProgress(false);
+    }
     m_vecBatch.clear();
+}
+
+void DeviceRangeSearchThread::reportProgress(bool finished) {
+    OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
+    if (m_pProgressListener == nullptr) return;
+    if (finished) {
+        m_pProgressListener->onRangeFinished(m_nPassDone, m_nPassTotal, m_nPassFound);
+    } else {
+        m_pProgressListener->onRangeProgress(m_nPassDone, m_nPassTotal, m_nPassFound);
+    }
 }
 
 void DeviceRangeSearchThread::sendPhase(bool firstPass) {
@@ -270,6 +300,8 @@ void DeviceRangeSearchThread::receivePhase() {
                 }
                 // One answer per query: whatever came, this socket is done.
                 done[i] = true;
+                ++m_nPassDone;
+                reportProgress(false);
             }
             size_t kept = 0;
             for (size_t i = 0; i < m_vecSockets.size(); ++i) {
@@ -330,6 +362,7 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onSearchResult(record);
     }
+    ++m_nPassFound;
     if (suppress) m_vecResults.push_back(record);
 }
 

@@ -14,6 +14,7 @@
 
 class DeviceSummaryInfo;
 class IDeviceSearcherListener;
+class IRangeSearchProgressListener;
 class Socket;
 
 // Finds devices without multicast: walks a list of IPv4 addresses in batches
@@ -55,6 +56,11 @@ class DeviceRangeSearchThread : public OLThread {
     void setSuppressDuplicates(bool on);
     // Not owned; stored under the listener lock.
     void setListener(IDeviceSearcherListener* listener);
+    // Not owned; told of the pass's progress and of the run's end, on this
+    // thread, under the listener lock.
+    void setProgressListener(IRangeSearchProgressListener* listener);
+    // True from a successful start() until the run has reported its end.
+    bool isSearching() const { return m_bSearching; }
 
     // 0; -11 already running; -12 the thread could not be started.
     int start();
@@ -82,6 +88,7 @@ class DeviceRangeSearchThread : public OLThread {
     int parseAnswer(const unsigned char* data, unsigned length, DeviceSummaryInfo& summary);
     void deliver(const DeviceSummaryInfo& summary, const std::string& sourceAddress);
     void pause(int ms);
+    void reportProgress(bool finished);
 
     OLMutex m_objAddressLock;  // addresses, known addresses, first pass
     std::vector<uint32_t> m_vecAddresses;
@@ -99,4 +106,10 @@ class DeviceRangeSearchThread : public OLThread {
     int m_nRepeatInterval;  // seconds; no setter, stays 0
     std::atomic<bool> m_bSuppressDuplicates;
     std::vector<NetVideoDeviceInfo> m_vecResults;
+    IRangeSearchProgressListener* m_pProgressListener = nullptr;
+    std::atomic<bool> m_bSearching{false};
+    // Progress of the pass in work; touched by the run only.
+    int m_nPassDone = 0;
+    int m_nPassTotal = 0;
+    int m_nPassFound = 0;
 };

@@ -13,3 +13,5 @@ IDeviceSearcherListener& IDeviceSearcherListener::operator=(const IDeviceSearche
 IDeviceSearcherListener::~IDeviceSearcherListener() = default;
 
 IDeviceDiscoveryListener::~IDeviceDiscoveryListener() = default;
+
+IRangeSearchProgressListener::~IRangeSearchProgressListener() = default;
