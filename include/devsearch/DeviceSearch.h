@@ -30,8 +30,8 @@ class DeviceRangeSearch;
 // getDeviceSearcherListener(). Records arrive on the engines' threads, so a
 // receiver on the application's thread gets them through queued connections.
 //
-// The class has no lock: call it from one thread at a time. Its operations
-// block while an engine stops, up to about two seconds.
+// The class has no lock: call it from one thread at a time. Stopping returns
+// at once: an engine that is told to stop ends its waits on the network.
 class DEVSEARCH_EXPORT DeviceSearch {
   public:
     static DeviceSearch* GetInstance();
@@ -77,6 +77,7 @@ class DEVSEARCH_EXPORT DeviceSearch {
 
     int ActiveSearch(bool wholeSubnet);
     void MuticastSearch();
+    void stopMulticastEngines();
 
     static DeviceSearch m_Instance;
 

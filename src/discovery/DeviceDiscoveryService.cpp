@@ -35,3 +35,7 @@ int DeviceDiscoveryService::start() {
 void DeviceDiscoveryService::stop() {
     m_pImpl->stop();
 }
+
+void DeviceDiscoveryService::requestStop() {
+    m_pImpl->requestStop();
+}

@@ -26,6 +26,8 @@ class DeviceDiscoveryService {
     void setListener(SafePointer<IDeviceDiscoveryListener> listener);
     int start();
     void stop();
+    // Tells the engine to end without waiting for it; stop() follows.
+    void requestStop();
 
   private:
     std::unique_ptr<DeviceDiscoveryServiceImpl> m_pImpl;

@@ -1,10 +1,5 @@
 #include "discovery/DeviceDiscoveryServiceImpl.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 #include <exception>
 #include <memory>
 #include <string>
@@ -12,73 +7,18 @@
 #include "Product/Technic/OLTime.h"
 #include "Product/Technic/OLTrace.h"
 #include "devsearch/DeviceSearchListener.h"
+#include "discovery/DiscoveryNames.h"
 #include "discovery/SearchQuery.h"
+#include "discovery/TransferOpening.h"
 #include "protocol/CommandParam.h"
 #include "protocol/SDKCommandParser.h"
-#include "transport/AdapterQuery.h"
 #include "transport/ITransfer.h"
 #include "transport/TransferFactory.h"
 
 namespace {
 
-constexpr int kNotConfigured = -661;
-constexpr int kQueryNotBuilt = -401;
-constexpr int kNotParsed = -404;
-constexpr int kAlreadyRunning = -11;
-constexpr int kThreadNotStarted = -12;
 // Pause of a pass whose readiness set is empty, so that the loop does not spin.
 constexpr int kIdlePassMs = 200;
-
-struct AddrInfoDeleter {
-    void operator()(addrinfo* list) const { freeaddrinfo(list); }
-};
-using AddrInfoList = std::unique_ptr<addrinfo, AddrInfoDeleter>;
-
-AddrInfoList lookUp6(const char* host, const std::string& service, int flags) {
-    addrinfo hints{};
-    hints.ai_flags = flags;
-    hints.ai_family = AF_INET6;
-    hints.ai_socktype = SOCK_DGRAM;
-    addrinfo* result = nullptr;
-    if (getaddrinfo(host, service.c_str(), &hints, &result) != 0) return AddrInfoList();
-    return AddrInfoList(result);
-}
-
-bool bind4(SocketHandle handle, const std::string& address, unsigned short port) {
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_port = htons(port);
-    if (inet_pton(AF_INET, address.c_str(), &local.sin_addr) != 1) return false;
-    return ::bind(handle, reinterpret_cast<const sockaddr*>(&local), sizeof(local)) == 0;
-}
-
-// Leaves the search group on a transfer that joined it. The results are not
-// looked at: closing the socket right after drops the membership anyway.
-void leaveGroup(ITransfer& transfer) {
-    ISocket* socket = transfer.getSocket();
-    if (socket == nullptr) return;
-    const SocketHandle handle = socket->getHandle();
-    if (transfer.getIPVersion() == 2) {
-        AddrInfoList group =
-            lookUp6(DeviceDiscoveryServiceImpl::kGroupAddress6,
-                    std::to_string(DeviceDiscoveryServiceImpl::kGroupPort), AI_PASSIVE | AI_NUMERICHOST);
-        if (!group) return;
-        const auto* address = reinterpret_cast<const sockaddr_in6*>(group->ai_addr);
-        ipv6_mreq request{};
-        request.ipv6mr_multiaddr = address->sin6_addr;
-        request.ipv6mr_interface = address->sin6_scope_id;
-        setsockopt(handle, IPPROTO_IPV6, IPV6_DROP_MEMBERSHIP, &request, sizeof(request));
-        return;
-    }
-    // The membership is found by the adapter's address, which the socket
-    // still reports as its local address.
-    ip_mreq request{};
-    request.imr_multiaddr.s_addr = inet_addr(DeviceDiscoveryServiceImpl::kGroupAddress);
-    request.imr_interface.s_addr = htonl(INADDR_ANY);
-    InetAddr local;
-    if (socket->getLocalAddr(local)) inet_pton(AF_INET, local.getIP().c_str(), &request.imr_interface);
-    setsockopt(handle, IPPROTO_IP, IP_DROP_MEMBERSHIP, &request, sizeof(request));
-}
 
 }  // namespace
 
@@ -90,9 +30,10 @@ DeviceDiscoveryServiceImpl::DeviceDiscoveryServiceImpl()
       m_nSendInterval(kDefaultSendInterval),
       m_bSent(false),
       m_nLastSend(0) {
-    m_objGroup.setIP(kGroupAddress);
-    m_objGroup.setPORT(kGroupPort);
+    m_objGroup.setIP(kSearchGroup);
+    m_objGroup.setPORT(kQueryPort);
     m_objGroup.setIPProtoVer(1);
+    m_objReadSelect.setWakeUp(&m_objWakeUp);
     registerUDPTransfer();
 }
 
@@ -132,11 +73,22 @@ int DeviceDiscoveryServiceImpl::start() {
     if (opened != 0) return opened;
     // A new start asks at once, whenever the last query went out.
     m_bSent = false;
+    m_objWakeUp.clear();
     if (!m_pThread->start()) return kThreadNotStarted;
     return 0;
 }
 
+void DeviceDiscoveryServiceImpl::requestStop() {
+    m_pThread->requestStop();
+    m_objWakeUp.raise();
+}
+
+bool DeviceDiscoveryServiceImpl::stopRequested() const {
+    return m_pThread->getInfo()->state != GThreadInfo::kStateRun;
+}
+
 void DeviceDiscoveryServiceImpl::stop() {
+    requestStop();
     m_pThread->stop();
     {
         OLMutexGuard guard(m_objLock, __FILE__, __LINE__);
@@ -144,18 +96,6 @@ void DeviceDiscoveryServiceImpl::stop() {
         closeTransfers(m_mapSendTransfers);
     }
     m_vecSummaries.clear();
-}
-
-std::vector<SocketHandle> DeviceDiscoveryServiceImpl::getReadSocketHandles() const {
-    std::vector<SocketHandle> handles;
-    for (const auto& entry : m_mapReadTransfers) handles.push_back(entry.first);
-    return handles;
-}
-
-std::vector<SocketHandle> DeviceDiscoveryServiceImpl::getSendSocketHandles() const {
-    std::vector<SocketHandle> handles;
-    for (const auto& entry : m_mapSendTransfers) handles.push_back(entry.first);
-    return handles;
 }
 
 int DeviceDiscoveryServiceImpl::openTransfers() {
@@ -190,43 +130,26 @@ int DeviceDiscoveryServiceImpl::openTransfer(const InetAddr& address, const std:
     try {
         ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
         if (factory == nullptr) return kTransferNoFactory;
-        std::unique_ptr<ITransfer> created(factory->createTransfer(address.getIPProtoVer()));
-        if (!created) return kTransferNoMemory;
-        SafePointer<ITransfer> transfer = adoptSafePointer<ITransfer>(std::move(created));
-
-        const int opened = transfer->open();
-        if (opened != 0) return opened;
-        transfer->setReuseAddr(true);
-        const SocketHandle handle = transfer->getSocket()->getHandle();
-
-        if (address.getIPProtoVer() == 2) {
-            // Every adapter binds the wildcard address: reuse lets the port pair be shared.
-            AddrInfoList local = lookUp6(nullptr, std::to_string(address.getPORT()), AI_PASSIVE);
-            if (!local) return kTransferBindFailed;
-            if (::bind(handle, local->ai_addr, local->ai_addrlen) != 0) return kTransferBindFailed;
-        } else {
-            std::vector<std::string> addresses;
-            listAdapterAddresses(adapter, addresses);
-            if (addresses.empty()) return kTransferNoLocalAddress;
-            if (!bind4(handle, addresses.front(), address.getPORT())) {
-                OLTrace(1, __FILE__, "DeviceDiscoveryServiceImpl::openTransfer bind() error iiiiiiiiiiii \n");
-                return kTransferBindFailed;
-            }
+        const int opened = openGroupTransfer(*factory, address, adapter, m_objWakeUp, out);
+        if (opened == kTransferBindFailed && address.getIPProtoVer() != 2) {
+            OLTrace(1, __FILE__, "DeviceDiscoveryServiceImpl::openTransfer bind() error iiiiiiiiiiii \n");
         }
-        // The join takes its adapter from the address bound above.
-        if (!transfer->joinMulticast(address)) return kTransferReuseFailed;
-        transfer->setRecvBufferSize(kRecvBufferBytes);
-        out = transfer;
-        return 0;
+        return opened;
     } catch (...) {
         return kTransferCreateFailed;
     }
 }
 
 void DeviceDiscoveryServiceImpl::closeTransfers(std::map<SocketHandle, SafePointer<ITransfer>>& transfers) {
+    // The group left is always the search group, whatever group was set.
+    InetAddr group;
     for (auto& entry : transfers) {
         m_objReadSelect.removeSocket(entry.first);
-        leaveGroup(*entry.second);
+        const bool v6 = entry.second->getIPVersion() == 2;
+        group.setIP(v6 ? kSearchGroup6 : kSearchGroup);
+        group.setPORT(kQueryPort);
+        group.setIPProtoVer(v6 ? 2 : 1);
+        entry.second->leaveMulticast(group);
         entry.second->close();
     }
     transfers.clear();
@@ -245,13 +168,13 @@ int DeviceDiscoveryServiceImpl::runOnce() {
     }
 
     if (m_objReadSelect.getTotal() == 0) {
-        // Every read socket has failed; keep asking, but do not spin.
-        sleepFor(OLTimeValue(0, kIdlePassMs * 1000));
+        // Every read transfer has failed; keep asking, but do not spin.
+        m_objWakeUp.sleepFor(kIdlePassMs);
         return 0;
     }
 
     const int count = m_objReadSelect.wait(kWaitMs);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count && !stopRequested(); ++i) {
         int state = SocketReadSelect::kNoData;
         const SocketHandle handle = m_objReadSelect.getSocketState(i, &state);
         if (state == SocketReadSelect::kNoData) OLTrace(2, __FILE__, "socket have no data\n");
@@ -265,9 +188,9 @@ int DeviceDiscoveryServiceImpl::runOnce() {
         if (received == kTransferRecvTimeout) continue;
         if (received != 0) {
             // Any failure but a time-out, a datagram that does not parse
-            // included, takes the socket out of readiness: the adapter goes on
-            // sending queries but is not heard again until the next start. The
-            // entry stays in the read transfers, so the loop keeps running.
+            // included, takes the transfer out of readiness: the adapter goes
+            // on sending queries but is not heard again until the next start.
+            // The entry stays in the read transfers, so the loop keeps running.
             m_objReadSelect.removeSocket(handle);
         }
         const int handled = handleCommand(param);
@@ -288,11 +211,11 @@ int DeviceDiscoveryServiceImpl::receive(ITransfer& transfer, SafePointer<Command
     const int received = transfer.recv(&m_objRecvBuffer, kRecvTimeoutMs, &from);
     if (received != 0) return received;
     try {
-        if (!m_pParser->parseCommand(m_objRecvBuffer, param)) return kNotParsed;
+        if (!m_pParser->parseCommand(m_objRecvBuffer, param)) return kAnswerNotParsed;
     } catch (const std::exception&) {
         // Data from the network is never a reason to take the process down.
         param.reset();
-        return kNotParsed;
+        return kAnswerNotParsed;
     }
     return 0;
 }

@@ -13,6 +13,7 @@
 #include "transport/CommandBuffer.h"
 #include "transport/SocketHandle.h"
 #include "transport/SocketReadSelect.h"
+#include "transport/WakeUp.h"
 
 class CommandParam;
 class ICommandProtocolParser;
@@ -20,16 +21,13 @@ class IDeviceDiscoveryListener;
 class ITransfer;
 
 // The asking half of the multicast search. On each adapter it opens a send
-// socket on the group port and a read socket on the next port, both bound to
-// the adapter's first IPv4 address and joined to the group. A GThread worker
-// sends the SDK query 30539 on every send socket once per send interval and
-// reads the answers in between; every answer that carries a DeviceSummaryInfo
-// goes to the listener, on the worker. It runs until stop().
+// transfer on the group port and a read transfer on the next port, both bound
+// to the adapter's first IPv4 address and joined to the group. A GThread
+// worker sends the SDK query 30539 on every send transfer once per send
+// interval and reads the answers in between; every answer that carries a
+// DeviceSummaryInfo goes to the listener, on the worker. It runs until stop().
 class DeviceDiscoveryServiceImpl {
   public:
-    static constexpr const char* kGroupAddress = "234.5.6.7";
-    static constexpr const char* kGroupAddress6 = "ff12::1";
-    static constexpr unsigned short kGroupPort = 31001;
     static constexpr int kDefaultSendInterval = 10;  // seconds
     static constexpr int kWaitMs = 2000;
     static constexpr int kRecvTimeoutMs = 1000;
@@ -50,27 +48,27 @@ class DeviceDiscoveryServiceImpl {
     void setListener(SafePointer<IDeviceDiscoveryListener> listener);
 
     // 0; -11 already running; -661 not configured (no adapter, no group or no
-    // listener); -12 the worker could not start. An adapter whose sockets
+    // listener); -12 the worker could not start. An adapter whose transfers
     // cannot be opened is skipped; with none opened the result is still 0 and
     // the worker ends on its first pass.
     int start();
-    // Ends the worker, leaves the group, closes every socket and forgets the
-    // records delivered so far. The settings stay.
+    // Ends the worker at once (its wait and its receive end when told), leaves
+    // the group, closes every transfer and forgets the records delivered so
+    // far. The settings stay.
     void stop();
+    // Tells the worker to end without waiting for it; stop() follows. Lets a
+    // caller stop several engines in the time of one.
+    void requestStop();
 
-    // Inspection for diagnostics and tests.
     bool isRunning();
+    // Transfers open now; the worker does not change them while it runs.
     size_t getReadTransferCount() const { return m_mapReadTransfers.size(); }
     size_t getSendTransferCount() const { return m_mapSendTransfers.size(); }
-    std::vector<SocketHandle> getReadSocketHandles() const;
-    std::vector<SocketHandle> getSendSocketHandles() const;
-    // Blocks while the worker waits for datagrams (up to 2 seconds).
-    int getReadinessTotal() { return m_objReadSelect.getTotal(); }
-    size_t getSummaryCount() const { return m_vecSummaries.size(); }
 
   private:
-    // The worker's loop body; -1 ends the worker (no read socket left).
+    // The worker's loop body; -1 ends the worker (no read transfer left).
     int runOnce();
+    bool stopRequested() const;
     int openTransfers();
     int openTransfer(const InetAddr& address, const std::string& adapter, SafePointer<ITransfer>& out);
     int sendQuery();
@@ -94,4 +92,6 @@ class DeviceDiscoveryServiceImpl {
     uint32_t m_nLastSend;
     std::vector<DeviceSummaryInfo> m_vecSummaries;
     CommandBuffer m_objRecvBuffer;
+    // Raised by requestStop(): ends the worker's wait and receive at once.
+    WakeUp m_objWakeUp;
 };

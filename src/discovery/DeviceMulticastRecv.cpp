@@ -25,3 +25,7 @@ int DeviceMulticastRecv::start() {
 void DeviceMulticastRecv::stop() {
     m_pImpl->stop();
 }
+
+void DeviceMulticastRecv::requestStop() {
+    m_pImpl->requestStop();
+}

@@ -21,6 +21,8 @@ class DeviceMulticastRecv {
     void setListener(IDeviceDiscoveryListener* listener);
     int start();
     void stop();
+    // Tells the engine to end without waiting for it; stop() follows.
+    void requestStop();
 
   private:
     std::unique_ptr<DeviceMulticastRecvThread> m_pImpl;

@@ -10,22 +10,20 @@
 #include "Product/Technic/SafePointer.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "domain/records/InetAddr.h"
-#include "transport/ISocket.h"
+#include "transport/SocketHandle.h"
 #include "transport/SocketReadSelect.h"
+#include "transport/WakeUp.h"
 
 class IDeviceDiscoveryListener;
 class ITransfer;
 
-// Listens for device announcements on group 234.5.6.7 port 30003: one socket
-// per selected adapter, bound to the adapter's first IPv4 address and joined
-// to the group, all waited on together. Each datagram that decodes becomes a
-// DeviceSummaryInfo for the listener, called on this thread.
+// Listens for device announcements on group 234.5.6.7 port 30003: one
+// transfer per selected adapter, bound to the adapter's first IPv4 address and
+// joined to the group, all waited on together. Each datagram that decodes
+// becomes a DeviceSummaryInfo for the listener, called on this thread.
 class DeviceMulticastRecvThread : public OLThread {
   public:
-    static constexpr const char* kGroupAddress = "234.5.6.7";
-    static constexpr unsigned short kGroupPort = 30003;
     static constexpr int kWaitMs = 2000;
-    static constexpr int kRecvBufferBytes = 1048576;
 
     DeviceMulticastRecvThread();
     ~DeviceMulticastRecvThread() override;
@@ -40,21 +38,21 @@ class DeviceMulticastRecvThread : public OLThread {
     // error of opening a transfer (the first one that fails ends the start);
     // -12 when the thread cannot be started.
     int start();
-    // Ends the thread, leaves the group and closes every socket, and forgets
-    // the records delivered so far.
+    // Ends the thread at once, leaves the group, closes every transfer and
+    // forgets the records delivered so far.
     void stop();
+    // Tells the thread to end without waiting for it; stop() follows.
+    void requestStop();
 
-    // Inspection for diagnostics and tests.
-    size_t getTransferCount() const { return m_mapTransfers.size(); }
-    size_t getSummaryCount() const { return m_vecSummaries.size(); }
-    std::vector<SocketHandle> getSocketHandles() const;
+    // Transfers open now; the thread closes those that fail while it runs.
+    size_t getTransferCount() const { return m_nTransfers; }
 
   protected:
     int run() override;
 
   private:
     int openTransfer(const std::string& adapter, SafePointer<ITransfer>& out);
-    // Takes a socket out of the readiness set, leaves the group on it and closes it.
+    // Takes a transfer out of the readiness set, leaves the group on it and closes it.
     void closeTransfer(SocketHandle handle, SafePointer<ITransfer>& transfer);
     void closeAllTransfers();
     int deliver(const DeviceSummaryInfo& summary);
@@ -67,5 +65,8 @@ class DeviceMulticastRecvThread : public OLThread {
     std::vector<std::string> m_vecAdapters;
     InetAddr m_objGroup;
     std::map<SocketHandle, SafePointer<ITransfer>> m_mapTransfers;
+    std::atomic<size_t> m_nTransfers{0};
     SocketReadSelect m_objReadSelect;
+    // Raised by requestStop(): ends the thread's wait and receive at once.
+    WakeUp m_objWakeUp;
 };

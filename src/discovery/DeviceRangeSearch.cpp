@@ -45,3 +45,7 @@ int DeviceRangeSearch::start() {
 void DeviceRangeSearch::stop() {
     m_pImpl->stop();
 }
+
+void DeviceRangeSearch::requestStop() {
+    m_pImpl->requestStop();
+}

@@ -26,6 +26,8 @@ class DeviceRangeSearch {
     bool isRunning();
     int start();
     void stop();
+    // Tells the engine to end without waiting for it; stop() follows.
+    void requestStop();
 
   private:
     std::unique_ptr<DeviceRangeSearchThread> m_pImpl;

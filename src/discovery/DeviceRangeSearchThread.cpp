@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <cstring>
@@ -18,14 +17,12 @@
 #include "protocol/CommandParam.h"
 #include "protocol/SDKCommandParser.h"
 #include "transport/CommandBuffer.h"
-#include "transport/Socket.h"
+#include "transport/ITransfer.h"
+#include "transport/TransferFactory.h"
 
 namespace {
 
-constexpr int kAlreadyRunning = -11;
-constexpr int kThreadNotStarted = -12;
-constexpr int kNotParsed = -233;
-constexpr int kNoAnswer = -501;
+constexpr int kSendTimeoutMs = 3000;
 constexpr uint32_t kBroadcastAll = 0xFFFFFFFFu;
 
 // Sequence number of the range queries, shared by every search of the
@@ -52,13 +49,15 @@ uint32_t elapsedMs(uint32_t since) {
 
 DeviceRangeSearchThread::DeviceRangeSearchThread()
     : OLThread("DeviceRangeSearchThread"),
-      m_nPort(kDefaultPort),
+      m_nPort(kRangePort),
       m_bStop(false),
       m_pListener(nullptr),
       m_bFirstPass(true),
       m_nPassLimit(1),
       m_nRepeatInterval(0),
-      m_bSuppressDuplicates(false) {}
+      m_bSuppressDuplicates(false) {
+    registerUDPTransfer();
+}
 
 DeviceRangeSearchThread::~DeviceRangeSearchThread() {
     // run() reaches this object until it returns.
@@ -115,6 +114,7 @@ int DeviceRangeSearchThread::start() {
     m_vecResults.clear();
     m_bStop = false;
     m_bSearching = true;
+    m_objWakeUp.clear();
     if (OLThread::start() < 0) {
         m_bStop = true;
         m_bSearching = false;
@@ -123,10 +123,15 @@ int DeviceRangeSearchThread::start() {
     return 0;
 }
 
-void DeviceRangeSearchThread::stop() {
+void DeviceRangeSearchThread::requestStop() {
     m_bStop = true;
+    m_objWakeUp.raise();
+}
+
+void DeviceRangeSearchThread::stop() {
+    requestStop();
     OLThread::stop();
-    closeSockets();
+    closeTransfers();
     m_vecBatch.clear();
     m_vecResults.clear();
 }
@@ -160,7 +165,7 @@ int DeviceRangeSearchThread::run() {
                 firstPass = m_bFirstPass;
             }
             if (!firstPass && static_cast<int64_t>(m_nRepeatInterval) * 1000 > elapsedMs(lastPass)) {
-                pause(kRepeatPollMs);
+                m_objWakeUp.sleepFor(kRepeatPollMs);
                 continue;
             }
             if (work.empty()) break;
@@ -187,7 +192,7 @@ int DeviceRangeSearchThread::run() {
         // Nothing catches above an OLThread's run(): end the search instead.
         OLTrace(1, __FILE__, "DeviceRangeSearchThread::run exception: %s\n", e.what());
     }
-    closeSockets();
+    closeTransfers();
     m_vecBatch.clear();
     m_bSearching = false;
     reportProgress(true);
@@ -198,7 +203,7 @@ void DeviceRangeSearchThread::runBatch(bool firstPass) {
     const int doneBefore = m_nPassDone;
     sendPhase(firstPass);
     receivePhase();
-    closeSockets();
+    closeTransfers();
     if (!m_bStop) {
         // Whatever did not answer is given up with its batch.
         m_nPassDone = doneBefore + static_cast<int>(m_vecBatch.size());
@@ -221,117 +226,109 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
     CommandBuffer query;
     SDKCommandParser parser;
     if (!buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) {
-        OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n", -234);
+        OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n", kRangeQueryNotBuilt);
         return;
     }
-    const unsigned short port = m_nPort;
+    ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
+    InetAddr to;
+    to.setPORT(m_nPort);
+    to.setIPProtoVer(1);
     int sent = 0;
     for (uint32_t address : m_vecBatch) {
-        std::unique_ptr<Socket> socket = openQuerySocket();
-        if (socket) {
-            sockaddr_in to{};
-            to.sin_family = AF_INET;
-            to.sin_port = htons(port);
-            to.sin_addr.s_addr = htonl(address);
+        // Unbound: the system gives each transfer a port with its first send.
+        std::unique_ptr<ITransfer> transfer(factory != nullptr ? factory->createTransfer(1) : nullptr);
+        if (transfer && transfer->open() == 0) {
+            transfer->getSocket()->setNonBlocking(true);
+            // Beyond the system's limit where the process may.
+            transfer->setRecvBufferSize(kSocketRecvBufferBytes);
+            in_addr target{htonl(address)};
+            char text[INET_ADDRSTRLEN] = {};
+            inet_ntop(AF_INET, &target, text, sizeof(text));
+            to.setIP(text);
             // An address that cannot be reached simply gives no answer.
-            ::sendto(socket->getHandle(), query.getCursor(), query.getLength(), 0,
-                     reinterpret_cast<const sockaddr*>(&to), sizeof(to));
-            m_vecSockets.push_back(std::move(socket));
+            transfer->send(&query, to, kSendTimeoutMs);
+            m_vecTransfers.push_back(adoptSafePointer<ITransfer>(std::move(transfer)));
         }
         if (m_bStop) return;
         ++sent;
         if (firstPass) {
-            if (sent % kFirstPassBurst == 0) pause(kFirstPassPauseMs);
+            if (sent % kFirstPassBurst == 0) m_objWakeUp.sleepFor(kFirstPassPauseMs);
         } else {
-            pause(kLaterPassPauseMs);
+            m_objWakeUp.sleepFor(kLaterPassPauseMs);
         }
     }
 }
 
-std::unique_ptr<Socket> DeviceRangeSearchThread::openQuerySocket() {
-    // Unbound: the system gives it a port with the first send.
-    auto socket = std::make_unique<Socket>(1, 2);
-    if (!socket->open()) return nullptr;
-    socket->setNonBlocking(true);
-    // Beyond the system's limit where the process may.
-    socket->setRecvBufferSize(kSocketRecvBufferBytes);
-    return socket;
-}
-
 void DeviceRangeSearchThread::receivePhase() {
     const uint32_t start = getTickCount32();
-    std::vector<unsigned char> buffer(kRecvBufferSize);
     std::vector<pollfd> polled;
     while (!m_bStop) {
         if (elapsedMs(start) > static_cast<uint32_t>(kReceiveWindowMs)) return;
-        if (m_vecSockets.empty()) return;
+        if (m_vecTransfers.empty()) return;
 
-        const size_t count = std::min(m_vecSockets.size(), static_cast<size_t>(kMaxPollEntries));
-        polled.assign(count, pollfd{});
+        const size_t count = std::min(m_vecTransfers.size(), static_cast<size_t>(kMaxPollEntries));
+        polled.assign(count + 1, pollfd{});
         for (size_t i = 0; i < count; ++i) {
-            polled[i].fd = m_vecSockets[i]->getHandle();
+            polled[i].fd = m_vecTransfers[i]->getSocket()->getHandle();
             polled[i].events = POLLIN;
         }
+        // Behind the transfers, the wake-up ends the wait when the run is stopped.
+        polled[count] = {m_objWakeUp.handle(), POLLIN, 0};
         const int ready = ::poll(polled.data(), polled.size(), kPollTimeoutMs);
         if (ready > 0) {
             std::vector<bool> done(count, false);
             for (size_t i = 0; i < count && !m_bStop; ++i) {
                 if (polled[i].revents == 0) continue;
-                const SocketHandle handle = polled[i].fd;
-                int error = 0;
-                socklen_t errorLength = sizeof(error);
-                if (getsockopt(handle, SOL_SOCKET, SO_ERROR, &error, &errorLength) != 0 || error != 0)
-                    continue;
-
-                std::memset(buffer.data(), 0, buffer.size());
-                sockaddr_in source{};
-                socklen_t sourceLength = sizeof(source);
-                // MSG_TRUNC reports a datagram's full length: one longer than
-                // the buffer is no answer, as everywhere in the transport.
-                const ssize_t got = ::recvfrom(handle, buffer.data(), buffer.size(), MSG_TRUNC,
-                                               reinterpret_cast<sockaddr*>(&source), &sourceLength);
-                if (got > 0 && static_cast<size_t>(got) <= buffer.size() && source.sin_family == AF_INET) {
-                    char text[INET_ADDRSTRLEN] = {0};
-                    inet_ntop(AF_INET, &source.sin_addr, text, sizeof(text));
-                    DeviceSummaryInfo summary;
-                    if (parseAnswer(buffer.data(), static_cast<unsigned>(got), summary) == 0) {
-                        deliver(summary, text);
-                    }
-                }
-                // One answer per query: whatever came, this socket is done.
+                // A pending error (an unreachable address, say) leaves the
+                // transfer waiting; reading it clears it.
+                if (!m_vecTransfers[i]->getSocket()->getPendingError()) continue;
+                readAnswer(*m_vecTransfers[i]);
+                // One answer per query: whatever came, this transfer is done.
                 done[i] = true;
                 ++m_nPassDone;
                 reportProgress(false);
             }
             size_t kept = 0;
-            for (size_t i = 0; i < m_vecSockets.size(); ++i) {
+            for (size_t i = 0; i < m_vecTransfers.size(); ++i) {
                 if (i < count && done[i]) {
-                    m_vecSockets[i]->close();
+                    m_vecTransfers[i]->close();
                     continue;
                 }
-                m_vecSockets[kept++] = std::move(m_vecSockets[i]);
+                m_vecTransfers[kept++] = m_vecTransfers[i];
             }
-            m_vecSockets.resize(kept);
+            m_vecTransfers.resize(kept);
         }
-        pause(kPollPauseMs);
+        m_objWakeUp.sleepFor(kPollPauseMs);
     }
 }
 
-void DeviceRangeSearchThread::closeSockets() {
-    for (auto& socket : m_vecSockets) socket->close();
-    m_vecSockets.clear();
+void DeviceRangeSearchThread::readAnswer(ITransfer& transfer) {
+    CommandBuffer datagram;
+    InetAddr from;
+    // Readiness was seen: no wait. Nothing there, a failure, or a datagram
+    // longer than 5600 bytes is no answer.
+    if (transfer.recv(&datagram, 0, &from) != 0) return;
+    DeviceSummaryInfo summary;
+    if (parseAnswer(datagram, summary) == 0) deliver(summary, from.getIP());
 }
 
-int DeviceRangeSearchThread::parseAnswer(const unsigned char* data, unsigned length,
-                                         DeviceSummaryInfo& summary) {
-    CommandBuffer datagram;
-    if (!datagram.alloc(static_cast<int>(length)) || !datagram.assign(data, length)) return kNotParsed;
+void DeviceRangeSearchThread::closeTransfers() {
+    for (auto& transfer : m_vecTransfers) transfer->close();
+    m_vecTransfers.clear();
+}
+
+int DeviceRangeSearchThread::parseAnswer(CommandBuffer& datagram, DeviceSummaryInfo& summary) {
     SDKCommandParser parser;
     SafePointer<CommandParam> param;
-    if (!parser.parseCommand(datagram, param)) return kNotParsed;
+    try {
+        if (!parser.parseCommand(datagram, param)) return kRangeAnswerNotParsed;
+    } catch (const std::exception&) {
+        // Data from the network never ends the pass.
+        return kRangeAnswerNotParsed;
+    }
     const auto* command = dynamic_cast<const SDKCommandParam*>(param.get());
-    if (command == nullptr || command->m_objHead.nCommandID != kRangeAnswerCommand) return kNoAnswer;
-    if (!extractDomain(summary, command->m_domains)) return kNoAnswer;
+    if (command == nullptr || command->m_objHead.nCommandID != kRangeAnswerCommand) return kNotAnAnswer;
+    if (!extractDomain(summary, command->m_domains)) return kNotAnAnswer;
     return 0;
 }
 
@@ -366,6 +363,3 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
     if (suppress) m_vecResults.push_back(record);
 }
 
-void DeviceRangeSearchThread::pause(int ms) {
-    sleepFor(OLTimeValue(ms / 1000, (ms % 1000) * 1000));
-}

@@ -9,18 +9,21 @@
 
 #include "Product/Technic/OLMutex.h"
 #include "Product/Technic/OLThread.h"
+#include "Product/Technic/SafePointer.h"
 #include "devsearch/NetVideoDeviceInfo.h"
-#include "transport/SocketHandle.h"
+#include "discovery/DiscoveryNames.h"
+#include "transport/WakeUp.h"
 
+class CommandBuffer;
 class DeviceSummaryInfo;
 class IDeviceSearcherListener;
 class IRangeSearchProgressListener;
-class Socket;
+class ITransfer;
 
 // Finds devices without multicast: walks a list of IPv4 addresses in batches
 // of 400, sends the SDK query 30541 by unicast to a fixed port of each address
-// from a socket of its own, then waits at most 3 seconds for the answers
-// (30542) on those sockets. Each answer becomes a NetVideoDeviceInfo for the
+// from a transfer of its own, then waits at most 3 seconds for the answers
+// (30542) on those transfers. Each answer becomes a NetVideoDeviceInfo for the
 // listener, called on this thread. With the pass limit 1 it makes one pass
 // and ends by itself.
 class DeviceRangeSearchThread : public OLThread {
@@ -30,12 +33,10 @@ class DeviceRangeSearchThread : public OLThread {
     static constexpr int kMaxPollEntries = 1000;
     static constexpr int kPollTimeoutMs = 10;
     static constexpr int kPollPauseMs = 200;
-    static constexpr int kRecvBufferSize = 5600;
     static constexpr int kFirstPassBurst = 50;  // queries between two pauses, first pass
     static constexpr int kFirstPassPauseMs = 30;
     static constexpr int kLaterPassPauseMs = 15;  // after every query of a later pass
     static constexpr int kRepeatPollMs = 50;
-    static constexpr unsigned short kDefaultPort = 30001;
     static constexpr int kSocketRecvBufferBytes = 1048576;
     // Longest text that addRange reads; longer text is no address.
     static constexpr size_t kMaxAddressText = 256;
@@ -64,18 +65,15 @@ class DeviceRangeSearchThread : public OLThread {
 
     // 0; -11 already running; -12 the thread could not be started.
     int start();
-    // Ends the run, closes the sockets of the batch in work, forgets the
-    // records delivered so far.
+    // Ends the run at once (its pauses and waits end when told), closes the
+    // transfers of the batch in work, forgets the records delivered so far.
     void stop();
+    // Tells the run to end without waiting for it; stop() follows.
+    void requestStop();
 
-    // Inspection for diagnostics and tests.
     std::vector<uint32_t> getAddresses();
-    size_t getResultCount() const { return m_vecResults.size(); }
     // Sequence number that the next batch's query will carry.
     static uint16_t peekSequence();
-    // A socket as each query gets it: IPv4 datagram, unbound, non-blocking,
-    // asking for a 1 MB receive buffer. Null when no socket can be made.
-    static std::unique_ptr<Socket> openQuerySocket();
 
   protected:
     int run() override;
@@ -84,10 +82,11 @@ class DeviceRangeSearchThread : public OLThread {
     void runBatch(bool firstPass);
     void sendPhase(bool firstPass);
     void receivePhase();
-    void closeSockets();
-    int parseAnswer(const unsigned char* data, unsigned length, DeviceSummaryInfo& summary);
+    // Reads the one answer a readable transfer may hold and delivers it.
+    void readAnswer(ITransfer& transfer);
+    void closeTransfers();
+    int parseAnswer(CommandBuffer& datagram, DeviceSummaryInfo& summary);
     void deliver(const DeviceSummaryInfo& summary, const std::string& sourceAddress);
-    void pause(int ms);
     void reportProgress(bool finished);
 
     OLMutex m_objAddressLock;  // addresses, known addresses, first pass
@@ -98,18 +97,21 @@ class DeviceRangeSearchThread : public OLThread {
     std::atomic<unsigned short> m_nPort;
     std::atomic<bool> m_bStop;
     IDeviceSearcherListener* m_pListener;
+    IRangeSearchProgressListener* m_pProgressListener = nullptr;
     OLMutex m_objListenerLock;
-    std::vector<std::unique_ptr<Socket>> m_vecSockets;
+    // One transfer per query of the batch in work.
+    std::vector<SafePointer<ITransfer>> m_vecTransfers;
     bool m_bFirstPass;
     std::set<uint32_t> m_setKnownAddresses;
     std::atomic<int> m_nPassLimit;
     int m_nRepeatInterval;  // seconds; no setter, stays 0
     std::atomic<bool> m_bSuppressDuplicates;
     std::vector<NetVideoDeviceInfo> m_vecResults;
-    IRangeSearchProgressListener* m_pProgressListener = nullptr;
     std::atomic<bool> m_bSearching{false};
     // Progress of the pass in work; touched by the run only.
     int m_nPassDone = 0;
     int m_nPassTotal = 0;
     int m_nPassFound = 0;
+    // Raised by requestStop(): ends the run's pauses and waits at once.
+    WakeUp m_objWakeUp;
 };

@@ -7,19 +7,18 @@
 #include <string>
 #include <vector>
 
+#include "Product/Technic/OLSystem.h"
 #include "Product/Technic/OLTrace.h"
 #include "Product/Technic/SafePointer.h"
 #include "discovery/DeviceDiscoveryService.h"
 #include "discovery/DeviceMulticastRecv.h"
 #include "discovery/DeviceRangeSearch.h"
+#include "discovery/DiscoveryNames.h"
 #include "domain/records/InetAddr.h"
 #include "transport/AdapterQuery.h"
 
 namespace {
 
-constexpr unsigned short kDefaultRangePort = 30001;
-constexpr const char* kMulticastGroup = "234.5.6.7";
-constexpr unsigned short kMulticastQueryPort = 31001;
 constexpr int kMulticastSendInterval = 10;
 constexpr int kAddressBufferSize = 256;
 
@@ -54,10 +53,16 @@ DeviceSearch* DeviceSearch::GetInstance() {
 
 DeviceSearch::DeviceSearch()
     : m_bFlag(false),
-      m_nPort(kDefaultRangePort),
+      m_nPort(kRangePort),
       m_bStartSearch(false),
       m_nNetWorkType(0),
       m_bMulticastConfigured(false) {
+    // Statics that the engines' threads use are made before this object, so
+    // that they are destroyed after it: at exit the destructor stops the
+    // engines while everything they touch still stands.
+    OLTraceConfig::getInstance();
+    getThreadExceptionLogPath();
+
     // Built in this order; a part that cannot be made leaves the later ones
     // null, and every operation copes with a missing part.
     try {
@@ -78,13 +83,22 @@ DeviceSearch::DeviceSearch()
 }
 
 DeviceSearch::~DeviceSearch() {
-    if (m_pDiscoveryService) m_pDiscoveryService->stop();
-    if (m_pMulticastRecv) m_pMulticastRecv->stop();
+    // All three are told first, so the whole stop takes no longer than one.
+    // The range thread calls the searcher listener, which goes before it.
+    if (m_pRangeSearch) m_pRangeSearch->requestStop();
+    stopMulticastEngines();
     if (m_pRangeSearch) {
         m_pRangeSearch->clearRange();
-        // The range thread calls the searcher listener, which goes before it.
         m_pRangeSearch->stop();
     }
+}
+
+void DeviceSearch::stopMulticastEngines() {
+    // Both are told before either is waited for; each ends its wait at once.
+    if (m_pDiscoveryService) m_pDiscoveryService->requestStop();
+    if (m_pMulticastRecv) m_pMulticastRecv->requestStop();
+    if (m_pDiscoveryService) m_pDiscoveryService->stop();
+    if (m_pMulticastRecv) m_pMulticastRecv->stop();
 }
 
 int DeviceSearch::startSearch(bool active) {
@@ -93,16 +107,14 @@ int DeviceSearch::startSearch(bool active) {
         m_bFlag = true;
         return result;
     }
-    if (m_pDiscoveryService) m_pDiscoveryService->stop();
-    if (m_pMulticastRecv) m_pMulticastRecv->stop();
+    stopMulticastEngines();
     MuticastSearch();
     m_bFlag = true;
     return -1;
 }
 
 void DeviceSearch::stopSearch(bool clearRange) {
-    if (m_pDiscoveryService) m_pDiscoveryService->stop();
-    if (m_pMulticastRecv) m_pMulticastRecv->stop();
+    stopMulticastEngines();
     if (clearRange && m_pRangeSearch) m_pRangeSearch->clearRange();
 }
 
@@ -170,8 +182,8 @@ void DeviceSearch::MuticastSearch() {
         m_pDiscoveryService->setSuppressDuplicates(true);
         m_pDiscoveryService->setSendInterval(kMulticastSendInterval);
         InetAddr group;
-        group.setIP(kMulticastGroup);
-        group.setPORT(kMulticastQueryPort);
+        group.setIP(kSearchGroup);
+        group.setPORT(kQueryPort);
         group.setIPProtoVer(1);
         m_pDiscoveryService->setGroup(group);
         if (m_pDiscoveryService->start() != 0) return;

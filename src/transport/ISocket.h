@@ -3,6 +3,8 @@
 #include "domain/records/InetAddr.h"
 #include "transport/SocketHandle.h"
 
+class WakeUp;
+
 // One operating-system socket, stream or datagram, IPv4 or IPv6.
 //
 // Results: a byte count (or 0) for success, -1 failure, -2 time-out, -3 the
@@ -65,4 +67,10 @@ class ISocket {
     virtual void reservedSocketD() = 0;
     virtual bool reservedSocketE() = 0;
     virtual bool reservedSocketF(int a) = 0;
+
+    // Additions behind the fixed slots. Every later wait of this socket also
+    // ends, as a time-out, when `wakeUp` (not owned; null for none) is raised.
+    virtual void setWakeUp(const WakeUp* wakeUp) = 0;
+    // Leaves a group that joinMulticast() joined; false when that fails.
+    virtual bool leaveMulticast(const InetAddr& group) = 0;
 };

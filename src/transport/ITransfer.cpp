@@ -95,3 +95,14 @@ bool ITransfer::setRecvBufferSize(int bytes) {
 bool ITransfer::setSendBufferSize(int bytes) {
     return m_pSocket != nullptr && m_pSocket->setSendBufferSize(bytes);
 }
+
+void ITransfer::setWakeUp(const WakeUp* wakeUp) {
+    m_pWakeUp = wakeUp;
+    if (m_pSocket != nullptr) {
+        m_pSocket->setWakeUp(wakeUp);
+    }
+}
+
+bool ITransfer::leaveMulticast(const InetAddr& group) {
+    return m_pSocket != nullptr && m_pSocket->leaveMulticast(group);
+}

@@ -5,6 +5,7 @@
 #include "transport/ISocket.h"
 
 class ICommandHeadParser;
+class WakeUp;
 
 // One datagram endpoint with a small numeric result vocabulary: 0 success,
 // negative failure (see TransferResult). The transfer owns its socket; it has
@@ -50,8 +51,18 @@ class ITransfer {
     virtual bool reservedG() { return false; }
     virtual bool reservedH(int) { return false; }
 
+    // Additions behind the fixed slots.
+    // Every later wait of this transfer's socket (one opened later included)
+    // also ends, as a time-out, when `wakeUp` (not owned; null for none) is
+    // raised, so that a worker that is told to stop never waits out a recv.
+    virtual void setWakeUp(const WakeUp* wakeUp);
+    // Leaves a group that joinMulticast() joined; false when that fails or the
+    // transfer is closed.
+    virtual bool leaveMulticast(const InetAddr& group);
+
   protected:
     ISocket* m_pSocket = nullptr;  // owned; null while the transfer is closed
+    const WakeUp* m_pWakeUp = nullptr;
     int m_nFamily = 0;             // IP version code: 1 IPv4, 2 IPv6
     bool m_bFlag = false;
     int m_nKind = 2;

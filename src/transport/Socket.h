@@ -3,9 +3,13 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <memory>
 #include <string>
 
+#include "transport/AdapterBinding.h"
 #include "transport/ISocket.h"
+
+class WakeUp;
 
 // The one implementation of ISocket, over POSIX sockets.
 //
@@ -13,8 +17,9 @@
 // latched operation then fails at once, without a system call, until open()
 // clears it. Datagram sockets never latch.
 //
-// Datagram sockets keep the adapter contract of the discovery engines; see
-// joinMulticast() in Socket.cpp.
+// A datagram socket bound to an adapter's own address that joins a group is
+// tied to that adapter (see AdapterBinding). Every wait also ends when the
+// wake-up given by setWakeUp() is raised, as a time-out.
 class Socket : public ISocket {
   public:
     // ipVersion 2 is IPv6, every other value IPv4; type 1 is a stream, 2 a
@@ -81,30 +86,35 @@ class Socket : public ISocket {
     void reservedSocketD() override {}
     bool reservedSocketE() override { return true; }
     bool reservedSocketF(int) override { return true; }
+    void setWakeUp(const WakeUp* wakeUp) override { m_pWakeUp = wakeUp; }
+    bool leaveMulticast(const InetAddr& group) override;
 
     // The latched error of a stream socket, 0 when there is none.
     int getLastError() const { return m_nLastError; }
     // The send buffer size read back on a stream socket; -1 on datagram sockets.
     int getCachedSendBufferSize() const { return m_nSendBufferSize; }
     // True once joinMulticast() has tied this datagram socket to one adapter.
-    bool isAdapterBound() const { return m_bAdapterBound; }
+    bool isAdapterBound() const { return m_pBinding != nullptr; }
 
   private:
     void reportError(const char* name);
     bool latched() const { return m_nLastError != 0; }
     bool isDatagram() const { return m_nType == 2; }
     int waitFor(short events, int timeoutMs);
-    // recvFrom without the latch check. Returns kDropped for a datagram that
-    // the adapter filter discards.
+    // recvFrom without the latch check: the count, -1, kDropped for a datagram
+    // that the adapter filter discards, kWouldBlock when nothing was queued.
     int receiveOne(void* buf, unsigned len, char* host, unsigned short* port);
     int sendOne(const void* buf, unsigned len, const sockaddr* to, socklen_t toLen);
-    bool adoptAdapterSocket(const sockaddr_storage& local);
+    // Ties a datagram socket bound to a unicast address to that address's
+    // adapter; true when there is nothing to tie.
+    bool bindToAdapter();
     void chooseMulticastInterface();
-    bool setIntOption(int level, int name, int value, bool report);
+    bool setOption(int level, int name, int value, bool report);
     // Reads an int option into *out; false (reported) when getsockopt fails.
-    bool getIntOption(int level, int name, int* out);
+    bool readOption(int level, int name, int* out);
 
     static constexpr int kDropped = -100;
+    static constexpr int kWouldBlock = -101;
 
     SocketHandle m_hSocket = kInvalidSocket;
     InetAddr m_objAddr;
@@ -115,10 +125,7 @@ class Socket : public ISocket {
     int m_nSendBufferSize = -1;
     int m_nSendTimeout = 0;
 
-    // Adapter binding of a datagram socket (see joinMulticast()).
-    bool m_bAdapterBound = false;
+    std::unique_ptr<AdapterBinding> m_pBinding;  // set by joinMulticast() on an adapter's address
     bool m_bMulticastIfChosen = false;
-    unsigned m_nAdapterIndex = 0;
-    sockaddr_storage m_adapterAddr{};  // the unicast address the caller bound to
-    in_addr m_adapterBroadcast{};      // IPv4 directed broadcast of the adapter, if any
+    const WakeUp* m_pWakeUp = nullptr;  // not owned
 };

@@ -7,12 +7,13 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "transport/SocketOptions.h"
+#include "transport/WakeUp.h"
+
 namespace {
 
 int socketOption(SocketHandle s, int name) {
-    int value = 0;
-    socklen_t n = sizeof(value);
-    return getsockopt(s, SOL_SOCKET, name, &value, &n) == 0 ? value : -1;
+    return readIntOption(s, SOL_SOCKET, name, -1);
 }
 
 }  // namespace
@@ -111,14 +112,16 @@ void SocketReadSelect::compact() {
 }
 
 int SocketReadSelect::waitGroup(int g, int timeoutMs) {
-    pollfd fds[kGroupSize];
+    // The group's sockets and, behind them, the wake-up.
+    pollfd fds[kGroupSize + 1];
     const int count = m_nCounts[g];
     for (int i = 0; i < count; ++i) {
         fds[i].fd = m_bActive[g][i] ? m_sockets[g][i] : -1;
         fds[i].events = POLLIN;
         fds[i].revents = 0;
     }
-    const int rc = ::poll(fds, static_cast<nfds_t>(count), timeoutMs < 0 ? -1 : timeoutMs);
+    fds[count] = {m_pWakeUp != nullptr ? m_pWakeUp->handle() : kInvalidSocket, POLLIN, 0};
+    const int rc = ::poll(fds, static_cast<nfds_t>(count + 1), timeoutMs < 0 ? -1 : timeoutMs);
     if (rc < 0) {
         if (errno != EINTR) {
             std::printf("error = %d", errno);
@@ -142,6 +145,9 @@ int SocketReadSelect::waitGroup(int g, int timeoutMs) {
 int SocketReadSelect::wait(int timeoutMs) {
     OLMutexGuard guard(m_objLock, __FILE__, __LINE__);
     compact();
+    if (m_pWakeUp != nullptr && m_pWakeUp->isRaised()) {
+        return -1;
+    }
     const int served = m_nCurrentGroup;
     for (int g = served + 1; g < kGroups; ++g) {
         if (m_nCounts[g] == 0) {
@@ -214,6 +220,11 @@ SocketHandle SocketReadSelect::getSocketState(int i, int* state) {
         out = kReadable;
     }
     return s;
+}
+
+void SocketReadSelect::setWakeUp(const WakeUp* wakeUp) {
+    OLMutexGuard guard(m_objLock, __FILE__, __LINE__);
+    m_pWakeUp = wakeUp;
 }
 
 int SocketReadSelect::getTotal() {

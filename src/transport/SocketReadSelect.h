@@ -3,6 +3,8 @@
 #include "Product/Technic/OLMutex.h"
 #include "transport/SocketHandle.h"
 
+class WakeUp;
+
 // Waits on up to 256 sockets at once for something to read.
 //
 // The sockets sit in four groups of 64. A wait looks at the groups behind the
@@ -13,7 +15,9 @@
 // running sweep stay valid) until the next wait compacts the groups.
 //
 // Every public operation holds the object's lock, wait() through its whole
-// blocking time. Adding a socket puts it in non-blocking mode.
+// blocking time; a wake-up given by setWakeUp() ends that wait at once, from
+// any thread and without the lock. Adding a socket puts it in non-blocking
+// mode.
 class SocketReadSelect {
   public:
     static constexpr int kGroups = 4;
@@ -45,6 +49,9 @@ class SocketReadSelect {
 
     // Sockets held, including slots marked for removal.
     int getTotal();
+    // While `wakeUp` (not owned; null for none) is raised, wait() returns -1
+    // at once, as if nothing had happened.
+    void setWakeUp(const WakeUp* wakeUp);
 
   private:
     void compact();
@@ -59,4 +66,5 @@ class SocketReadSelect {
     int m_nCurrentGroup = 0;
     int m_nFirstIndex = 0;
     int m_nCounts[kGroups] = {0, 0, 0, 0};
+    const WakeUp* m_pWakeUp = nullptr;
 };

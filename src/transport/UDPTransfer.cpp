@@ -11,11 +11,13 @@ UDPTransfer::UDPTransfer(int ipVersion) {
 }
 
 int UDPTransfer::open() {
+    // A socket still open from an earlier open() goes first.
+    close();
     auto socket = std::make_unique<Socket>(m_nFamily == 2 ? 2 : 1, 2);
     if (!socket->open()) {
-        m_pSocket = nullptr;
         return kTransferCreateFailed;
     }
+    socket->setWakeUp(m_pWakeUp);
     m_pSocket = socket.release();
     return kTransferOk;
 }

@@ -3,13 +3,12 @@
 #include <cstring>
 #include <string>
 
-#include "DatagramBytes.h"
+#include "devsim/SimDevice.h"
 #include "discovery/BroadcastCommand.h"
 #include "transport/CommandBuffer.h"
 
 namespace {
 
-using dgram::Bytes;
 
 DeviceSummaryInfo sampleSummary() {
     DeviceSummaryInfo s;
@@ -90,12 +89,12 @@ TEST(BroadcastCommand, BodyLengthLimits) {
     BroadcastCommand sender(sampleSummary(), DeviceNetwork());
     CommandBuffer wire;
     ASSERT_EQ(0, sender.encode(wire));
-    Bytes full = dgram::toBytes(wire);
+    Bytes full = bytesOf(wire);
     Bytes body(full.begin() + 76, full.end());
 
     auto decodeWith = [&](size_t bodyBytes, int32_t declared, BroadcastCommand& cmd) {
         Bytes part(body.begin(), body.begin() + bodyBytes);
-        CommandBuffer in = dgram::buffer(dgram::command(16, declared, part));
+        CommandBuffer in = bufferOf(announcementCommand(16, declared, part));
         return cmd.decode(in);
     };
     BroadcastCommand cmd;
@@ -113,12 +112,12 @@ TEST(BroadcastCommand, BodyLengthLimits) {
     // A longer body than the record is accepted; the fields stay where they are.
     Bytes longer = body;
     longer.resize(400, 'z');
-    CommandBuffer in = dgram::buffer(dgram::command(16, 400, longer));
+    CommandBuffer in = bufferOf(announcementCommand(16, 400, longer));
     BroadcastCommand big;
     ASSERT_EQ(0, big.decode(in));
     EXPECT_EQ("2024-01-02 03:04:05", big.getDeviceSummaryInfo().getDeviceTime());
     // Another identifier.
-    CommandBuffer other = dgram::buffer(dgram::command(17, 274, body));
+    CommandBuffer other = bufferOf(announcementCommand(17, 274, body));
     EXPECT_EQ(-401, cmd.decode(other));
 }
 

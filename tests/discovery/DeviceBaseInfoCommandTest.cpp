@@ -3,13 +3,12 @@
 #include <cstring>
 #include <string>
 
-#include "DatagramBytes.h"
+#include "devsim/SimDevice.h"
 #include "discovery/DeviceBaseInfoCommand.h"
 #include "transport/CommandBuffer.h"
 
 namespace {
 
-using dgram::Bytes;
 
 DeviceBaseInfo sampleBaseInfo() {
     DeviceBaseInfo r;
@@ -86,8 +85,8 @@ TEST(DeviceBaseInfoCommand, RoundTripAndDefaults) {
     EXPECT_EQ("2024-02-03 04:05:06", r.getDeviceTime());
 
     auto decodeText = [](const std::string& xml, DeviceBaseInfoCommand& cmd) {
-        Bytes body = dgram::text(xml);
-        CommandBuffer in = dgram::buffer(dgram::command(20, int32_t(body.size()), body));
+        Bytes body = textBytes(xml);
+        CommandBuffer in = bufferOf(announcementCommand(20, int32_t(body.size()), body));
         return cmd.decode(in);
     };
     DeviceBaseInfoCommand empty;
@@ -122,17 +121,17 @@ TEST(DeviceBaseInfoCommand, RoundTripAndDefaults) {
 TEST(DeviceBaseInfoCommand, MalformedBodiesAreRefused) {
     DeviceBaseInfoCommand cmd;
     auto decodeRaw = [&](int32_t id, const Bytes& body, int32_t delta) {
-        CommandBuffer in = dgram::buffer(dgram::command(id, int32_t(body.size()) + delta, body));
+        CommandBuffer in = bufferOf(announcementCommand(id, int32_t(body.size()) + delta, body));
         return cmd.decode(in);
     };
-    Bytes good = dgram::text("<DeviceBaseInfo DeviceID=\"x\"/>");
+    Bytes good = textBytes("<DeviceBaseInfo DeviceID=\"x\"/>");
     EXPECT_EQ(-401, decodeRaw(23, good, 0));
     EXPECT_EQ(-404, decodeRaw(20, good, 1));
     EXPECT_EQ(-404, decodeRaw(20, good, -1));
     EXPECT_EQ(-404, decodeRaw(20, {}, 0));
-    EXPECT_EQ(-404, decodeRaw(20, dgram::text("<DeviceInfo DeviceID=\"x\"/>"), 0));
-    EXPECT_EQ(-404, decodeRaw(20, dgram::text("<DeviceBaseInfo"), 0));
-    EXPECT_EQ(-404, decodeRaw(20, dgram::text("\xff\xfe garbage"), 0));
+    EXPECT_EQ(-404, decodeRaw(20, textBytes("<DeviceInfo DeviceID=\"x\"/>"), 0));
+    EXPECT_EQ(-404, decodeRaw(20, textBytes("<DeviceBaseInfo"), 0));
+    EXPECT_EQ(-404, decodeRaw(20, textBytes("\xff\xfe garbage"), 0));
     EXPECT_EQ("", cmd.getDeviceBaseInfo().getDeviceID());
     EXPECT_EQ(0, decodeRaw(20, good, 0));
     EXPECT_EQ("x", cmd.getDeviceBaseInfo().getDeviceID());

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "DatagramBytes.h"
+#include "devsim/SimDevice.h"
 #include "discovery/CommandHead.h"
 #include "discovery/DiscoveryEnvelope.h"
 #include "discovery/MulticastCommand.h"
@@ -11,7 +11,6 @@
 
 namespace {
 
-using dgram::Bytes;
 
 DeviceInfoFields sampleFields() {
     DeviceInfoFields f;
@@ -48,14 +47,14 @@ TEST(CommandHead, WireLayoutAndRoundTrip) {
     EXPECT_EQ(Bytes({1, 2, 3, 4}), Bytes(p + 72, p + 76));
 
     // Raw fields travel unchanged; the trail word is not swapped.
-    Bytes raw = dgram::command(-5, 9, {});
+    Bytes raw = announcementCommand(-5, 9, {});
     raw[4] = 7;
     std::memcpy(&raw[5], "nameA", 5);
     std::memcpy(&raw[37], "nameB", 5);
     raw[69] = 8;
     raw[70] = 0x12;
     raw[71] = 0x34;
-    CommandBuffer in = dgram::buffer(raw);
+    CommandBuffer in = bufferOf(raw);
     CommandHead head;
     ASSERT_EQ(0, head.decode(in));
     EXPECT_EQ(-5, head.m_nCommandId);
@@ -70,11 +69,11 @@ TEST(CommandHead, WireLayoutAndRoundTrip) {
     CommandBuffer again;
     again.alloc(76);
     ASSERT_EQ(0, head.encode(again));
-    EXPECT_EQ(raw, dgram::toBytes(again));
+    EXPECT_EQ(raw, bytesOf(again));
 
     // Short buffers are refused.
     raw.resize(75);
-    CommandBuffer shortBuf = dgram::buffer(raw);
+    CommandBuffer shortBuf = bufferOf(raw);
     EXPECT_EQ(-402, head.decode(shortBuf));
     CommandBuffer empty;
     EXPECT_EQ(-402, head.decode(empty));
@@ -82,13 +81,13 @@ TEST(CommandHead, WireLayoutAndRoundTrip) {
 
 TEST(DiscoveryEnvelope, MarkerAndLengthAreJudged) {
     Bytes payload(100, 0xAB);
-    Bytes good = dgram::envelope(payload);
+    Bytes good = enveloped(payload);
     good[15] = 0x01;
     good[16] = 0x02;
     good[17] = 0x0A;
     good[18] = 0x0B;
     DiscoveryEnvelope env;
-    CommandBuffer b = dgram::buffer(good);
+    CommandBuffer b = bufferOf(good);
     ASSERT_EQ(0, env.decode(b));
     EXPECT_EQ(100u, env.m_nPayloadLength);
     EXPECT_EQ(0x0102, env.m_nShortA);
@@ -96,19 +95,19 @@ TEST(DiscoveryEnvelope, MarkerAndLengthAreJudged) {
     std::memcpy(&rawShort, &good[17], 2);
     EXPECT_EQ(rawShort, env.m_nShortB);
 
-    CommandBuffer bad = dgram::buffer(dgram::envelope(payload, 0xFE));
+    CommandBuffer bad = bufferOf(enveloped(payload, 0xFE));
     EXPECT_EQ(-231, env.decode(bad));
     Bytes wrongLength = good;
     wrongLength[23] = 101;
-    CommandBuffer wl = dgram::buffer(wrongLength);
+    CommandBuffer wl = bufferOf(wrongLength);
     EXPECT_EQ(-231, env.decode(wl));
     Bytes huge = good;
     huge[20] = 0xFF;  // a declared length far past the datagram
-    CommandBuffer hb = dgram::buffer(huge);
+    CommandBuffer hb = bufferOf(huge);
     EXPECT_EQ(-231, env.decode(hb));
-    CommandBuffer b23 = dgram::buffer(Bytes(23, 0xFF));
+    CommandBuffer b23 = bufferOf(Bytes(23, 0xFF));
     EXPECT_EQ(-231, env.decode(b23));
-    CommandBuffer b24 = dgram::buffer(dgram::envelope({}));
+    CommandBuffer b24 = bufferOf(enveloped({}));
     EXPECT_EQ(0, env.decode(b24));  // an empty payload is a valid envelope
 }
 
@@ -178,8 +177,8 @@ TEST(MulticastCommand, DecodeGivesBackEveryField) {
 }
 
 CommandBuffer body23(const std::string& xml, bool withZero = true, int lengthDelta = 0) {
-    Bytes body = dgram::text(xml, withZero);
-    return dgram::buffer(dgram::command(23, int32_t(body.size()) + lengthDelta, body));
+    Bytes body = textBytes(xml, withZero);
+    return bufferOf(announcementCommand(23, int32_t(body.size()) + lengthDelta, body));
 }
 
 TEST(MulticastCommand, DecodeIsLenientAboutAttributes) {
@@ -220,10 +219,10 @@ TEST(MulticastCommand, DecodeIsLenientAboutAttributes) {
 
     // Content behind a zero byte inside the body is not read.
     MulticastCommand zero;
-    Bytes body = dgram::text("<DeviceInfo DeviceID=\"z\"/>");
-    Bytes tail = dgram::text("garbage<<<");
+    Bytes body = textBytes("<DeviceInfo DeviceID=\"z\"/>");
+    Bytes tail = textBytes("garbage<<<");
     body.insert(body.end(), tail.begin(), tail.end());
-    CommandBuffer zb = dgram::buffer(dgram::command(23, int32_t(body.size()), body));
+    CommandBuffer zb = bufferOf(announcementCommand(23, int32_t(body.size()), body));
     ASSERT_EQ(0, zero.decode(zb));
     EXPECT_STREQ("z", zero.getDeviceId());
 
@@ -237,23 +236,23 @@ TEST(MulticastCommand, DecodeIsLenientAboutAttributes) {
 TEST(MulticastCommand, MalformedBodiesAreRefused) {
     MulticastCommand cmd;
     // Wrong identifier.
-    Bytes xml = dgram::text("<DeviceInfo/>");
-    CommandBuffer id21 = dgram::buffer(dgram::command(21, int32_t(xml.size()), xml));
+    Bytes xml = textBytes("<DeviceInfo/>");
+    CommandBuffer id21 = bufferOf(announcementCommand(21, int32_t(xml.size()), xml));
     EXPECT_EQ(-401, cmd.decode(id21));
     // Body length one too high, one too low, negative, huge.
     CommandBuffer high = body23("<DeviceInfo/>", true, 1);
     EXPECT_EQ(-404, cmd.decode(high));
     CommandBuffer low = body23("<DeviceInfo/>", true, -1);
     EXPECT_EQ(-404, cmd.decode(low));
-    CommandBuffer negative = dgram::buffer(dgram::command(23, -1, xml));
+    CommandBuffer negative = bufferOf(announcementCommand(23, -1, xml));
     EXPECT_EQ(-404, cmd.decode(negative));
-    CommandBuffer huge = dgram::buffer(dgram::command(23, 0x7fffffff, xml));
+    CommandBuffer huge = bufferOf(announcementCommand(23, 0x7fffffff, xml));
     EXPECT_EQ(-404, cmd.decode(huge));
     // No body at all: the body offset lies outside the block.
-    CommandBuffer headOnly = dgram::buffer(dgram::command(23, 0, {}));
+    CommandBuffer headOnly = bufferOf(announcementCommand(23, 0, {}));
     EXPECT_EQ(-404, cmd.decode(headOnly));
     // Shorter than a head.
-    CommandBuffer tiny = dgram::buffer(Bytes(40, 0));
+    CommandBuffer tiny = bufferOf(Bytes(40, 0));
     EXPECT_EQ(-402, cmd.decode(tiny));
     // Another top-level element, text that is no XML, an unclosed element, binary junk.
     for (const std::string& s :
@@ -294,8 +293,8 @@ TEST(MulticastCommand, DecodeAfterTheEnvelopeIsConsumed) {
     MulticastCommand sender(sampleFields());
     CommandBuffer wire;
     ASSERT_EQ(0, sender.encode(wire));
-    Bytes datagram = dgram::envelope(dgram::toBytes(wire));
-    CommandBuffer in = dgram::buffer(datagram, 5600);
+    Bytes datagram = enveloped(bytesOf(wire));
+    CommandBuffer in = bufferOf(datagram, 5600);
     in.setLength(unsigned(datagram.size()));
     ASSERT_TRUE(in.consume(24));
     MulticastCommand got;
@@ -303,10 +302,10 @@ TEST(MulticastCommand, DecodeAfterTheEnvelopeIsConsumed) {
     EXPECT_STREQ("CAM-0001", got.getDeviceId());
 
     // A head declaring more than the block holds behind a consumed cursor is refused.
-    Bytes body = dgram::text("<DeviceInfo/>");
-    Bytes cmdBytes = dgram::command(23, int32_t(body.size()), body);
-    Bytes dg = dgram::envelope(cmdBytes);
-    CommandBuffer exact = dgram::buffer(dg);
+    Bytes body = textBytes("<DeviceInfo/>");
+    Bytes cmdBytes = announcementCommand(23, int32_t(body.size()), body);
+    Bytes dg = enveloped(cmdBytes);
+    CommandBuffer exact = bufferOf(dg);
     ASSERT_TRUE(exact.consume(24));
     EXPECT_EQ(0, got.decode(exact));
 }

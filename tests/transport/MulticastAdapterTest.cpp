@@ -4,6 +4,7 @@
 // port, nothing that arrives elsewhere, and sends through its adapter.
 #include "transport/AdapterQuery.h"
 #include "transport/Socket.h"
+#include "transport/SocketReadSelect.h"
 #include "transport/UDPTransfer.h"
 
 #include "support/NetnsRig.h"
@@ -14,12 +15,14 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -225,12 +228,17 @@ TEST_P(MulticastAdapter, EachSocketHearsItsOwnAdapterOnly) {
     EXPECT_EQ("unicast-A", first + second);
     EXPECT_EQ("", receive(*tb, 50));
 
-    // Unicast to A's address arriving on adapter B: heard by nobody.
+    // Unicast to A's address arriving on adapter B: heard by nobody, and it
+    // does not even make B's socket readable (so no receive waits for it).
     rig->lanB().ip(std::string(v6 ? "-6 " : "") + "route add " + (v6 ? "fd00:a::/64" : "198.51.100.0/24") +
                    " via " + (v6 ? B.clientIp6 : B.clientIp4));
     rig->client().sysctl(v6 ? "ipv6/conf/all/forwarding" : "ipv4/conf/all/rp_filter", "0");
+    SocketReadSelect readiness;
+    readiness.addSocket(tb->getSocket()->getHandle());
     rig->lanB().run([&] { LanSocket(f.af, B.peerIf).sendTo(ipA, f.port, "A-address-via-B"); });
-    EXPECT_EQ("", receive(*tb, 200));
+    EXPECT_EQ(-1, readiness.wait(300)) << "a datagram for A's address woke B's socket";
+    readiness.removeSocket(tb->getSocket()->getHandle());
+    EXPECT_EQ("", receive(*tb, 50));
     EXPECT_EQ("", receive(*ta, 50));
     EXPECT_EQ("", receive(*ta2, 50));
 
@@ -264,6 +272,32 @@ TEST_P(MulticastAdapter, EachSocketHearsItsOwnAdapterOnly) {
     EXPECT_EQ(ipB, got.second);
 }
 
+// A socket that cannot be tied to its adapter (here: no descriptor left for
+// the adapter-bound socket) must not join: it would hear nothing.
+TEST_P(MulticastAdapter, JoinFailsWhenTheSocketCannotBeTiedToItsAdapter) {
+    const Family f = GetParam();
+    std::unique_ptr<NetnsRig> rig;
+    DS_NETNS_RIG_OR_SKIP(rig);
+    const std::string ipA = f.ver == 2 ? rig->linkA().clientIp6 : rig->linkA().clientIp4;
+    rig->client().run([&] {
+        UDPTransfer t(f.ver);
+        ASSERT_EQ(0, t.open());
+        ASSERT_EQ(0, t.bindAddr(addr(ipA, f.port, f.ver)));
+        rlimit saved{};
+        ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &saved));
+        const int next = ::dup(0);
+        ::close(next);
+        rlimit full = saved;
+        full.rlim_cur = static_cast<rlim_t>(next);
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &full));
+        const bool joined = t.joinMulticast(addr(f.group, f.port, f.ver));
+        setrlimit(RLIMIT_NOFILE, &saved);
+        EXPECT_FALSE(joined);
+        EXPECT_FALSE(dynamic_cast<Socket*>(t.getSocket())->isAdapterBound());
+        EXPECT_TRUE(t.joinMulticast(addr(f.group, f.port, f.ver))) << "with a descriptor to spare it works";
+    });
+}
+
 TEST_P(MulticastAdapter, PlainSocketBoundToAnAdapterSendsThroughIt) {
     const Family f = GetParam();
     std::unique_ptr<NetnsRig> rig;
@@ -282,7 +316,8 @@ TEST_P(MulticastAdapter, PlainSocketBoundToAnAdapterSendsThroughIt) {
         ASSERT_TRUE(s->bind(ipB.c_str(), 0));
     });
     ASSERT_TRUE(s);
-    EXPECT_EQ(4, s->sendTo("ping", 4, addr(f.group, f.port, f.ver)));
+    // The socket's adapter is looked up in the namespace of the calling thread.
+    rig->client().run([&] { EXPECT_EQ(4, s->sendTo("ping", 4, addr(f.group, f.port, f.ver))); });
     auto got = rxB->receive(1000);
     EXPECT_EQ("ping", got.first);
     EXPECT_EQ(ipB, got.second);
@@ -306,6 +341,42 @@ TEST(MulticastWildcard, BindAndJoinHearsTheGroupOnTheDefaultAdapter) {
     ASSERT_TRUE(t->getLocalAddr(local));
     EXPECT_EQ("0.0.0.0", local.getIP());
     EXPECT_EQ(30003, local.getPORT());
+}
+
+// Linux may report a datagram socket readable and then drop the datagram (a
+// bad checksum is found only when it is read): the receive goes on waiting
+// for the rest of its time instead of failing.
+TEST(DatagramReceive, ReadableWithoutADatagramWaitsOn) {
+    std::unique_ptr<NetnsRig> rig;
+    DS_NETNS_RIG_OR_SKIP(rig);
+    const auto& A = rig->linkA();
+    UDPTransfer t(1);
+    rig->client().run([&] {
+        ASSERT_EQ(0, t.open());
+        ASSERT_EQ(0, t.bindAddr(addr(A.clientIp4, 30777, 1)));
+        ASSERT_TRUE(t.getSocket()->setNonBlocking(true));
+    });
+    // More than 76 bytes, so that the kernel leaves the checksum to the read.
+    rig->lanA().run([&] {
+        const int raw = socket(AF_INET, SOCK_RAW, IPPROTO_UDP);
+        ASSERT_GE(raw, 0);
+        unsigned char packet[8 + 200] = {};
+        const uint16_t header[4] = {htons(40000), htons(30777), htons(sizeof(packet)), htons(0x1234)};
+        std::memcpy(packet, header, sizeof(header));
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        inet_pton(AF_INET, A.clientIp4.c_str(), &to.sin_addr);
+        EXPECT_EQ(static_cast<ssize_t>(sizeof(packet)),
+                  sendto(raw, packet, sizeof(packet), 0, reinterpret_cast<sockaddr*>(&to), sizeof(to)));
+        close(raw);
+    });
+    pollfd p{t.getSocket()->getHandle(), POLLIN, 0};
+    ASSERT_EQ(1, poll(&p, 1, 1000)) << "the bad datagram made the socket readable";
+    auto late = rig->lanA().spawn([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        LanSocket(AF_INET, A.peerIf).sendTo(A.clientIp4, 30777, "good");
+    });
+    EXPECT_EQ("good", receive(t, 2000));
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, MulticastAdapter,

@@ -28,18 +28,14 @@
 #include <string>
 #include <vector>
 
-#include "SimDevice.h"
-#include "discovery/SearchQuery.h"
+#include "devsim/SimDevice.h"
+#include "discovery/DiscoveryNames.h"
 #include "protocol/CommandParam.h"
 #include "protocol/SDKCommandParser.h"
 
 namespace {
 
-constexpr const char* kGroup = "234.5.6.7";
-constexpr uint16_t kQueryPort = 31001;
-constexpr uint16_t kAnnouncePort = 30003;
-constexpr uint32_t kQueryAnswerCommand = 30540;
-constexpr int kExitUsage = 2;
+enum ExitCode { kExitOk = 0, kExitSocket = 1, kExitUsage = 2 };
 
 volatile std::sig_atomic_t g_bStop = 0;
 void onSignal(int) {
@@ -93,8 +89,18 @@ struct Device {
     int fd = -1;
     bool malformedRange = false;
     bool malformedQuery = false;
-    std::vector<unsigned char> announcement;
-    std::vector<unsigned char> queryAnswer;  // to a query of sequence 0, the usual one
+    Bytes announcement;
+    Bytes queryAnswer;  // to a query of sequence 0, the usual one
+};
+
+struct Options {
+    std::vector<uint32_t> addresses;
+    std::set<uint32_t> malformedRange, malformedQuery;
+    std::vector<uint32_t> pushTo;
+    std::string form = "mixed", model, idPrefix = "SIM", manufacturer = "Simulated", deviceTime, readyFile;
+    long announceMs = 2000, rangePort = kRangePort, controlPort = kRangePort, httpPort = 80, seconds = -1,
+         firstIndex = 0;
+    bool answerQuery = true, answerRange = true, announce = true, verbose = false;
 };
 
 bool parseAddress(const std::string& text, uint32_t& host) {
@@ -183,7 +189,7 @@ int openUdp(uint32_t bindHost, uint16_t port, bool reuse) {
     return fd;
 }
 
-void sendTo(int fd, const std::vector<unsigned char>& data, const sockaddr_in& to) {
+void sendTo(int fd, const Bytes& data, const sockaddr_in& to) {
     sendto(fd, data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof(to));
 }
 
@@ -205,30 +211,20 @@ bool parseQuery(const unsigned char* data, size_t length, uint32_t& commandId, u
     }
 }
 
-std::vector<unsigned char> garbage(const Device& device) {
+Bytes garbage(const Device& device) {
     // An SDK magic followed by a head that promises more than follows.
-    std::vector<unsigned char> bytes = {0xAF, 0xAF, 0x00, 0x01, 0x00, 0x00,
+    Bytes bytes = {0xAF, 0xAF, 0x00, 0x01, 0x00, 0x00,
                                         0x00, 0x00, 0x00, 0x00, 0x77, 0x4E};
     for (char c : device.config.address) bytes.push_back(static_cast<unsigned char>(c));
     return bytes;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    std::vector<std::string> args(argv + 1, argv + argc);
-    std::vector<uint32_t> addresses;
+// Reads the command line into `o`; kExitOk to go on, otherwise the exit code
+// (after --help, or a usage error already reported).
+int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
     std::set<uint32_t> seen;
-    std::set<uint32_t> malformedRange, malformedQuery;
-    std::string form = "mixed", model, idPrefix = "SIM", manufacturer = "Simulated", deviceTime, readyFile;
-    long announceMs = 2000, rangePort = 30001, controlPort = 30001, httpPort = 80, seconds = -1,
-         firstIndex = 0;
-    bool answerQuery = true, answerRange = true, verbose = false;
-    std::vector<uint32_t> pushTo;
-    bool announce = true;
-
     auto addAddress = [&](uint32_t host) {
-        if (seen.insert(host).second) addresses.push_back(host);
+        if (seen.insert(host).second) o.addresses.push_back(host);
     };
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
@@ -241,7 +237,8 @@ int main(int argc, char** argv) {
         long n = 0;
         if (a == "--help" || a == "-h") {
             std::fputs(kUsage, stdout);
-            return 0;
+            done = true;
+            return kExitOk;
         } else if (a == "--range") {
             if (!value(v)) return usageError("--range needs FIRST-LAST");
             const size_t dash = v.find('-');
@@ -257,47 +254,44 @@ int main(int argc, char** argv) {
             if (!value(v) || (v != "16" && v != "20" && v != "23" && v != "mixed")) {
                 return usageError("--form takes 16, 20, 23 or mixed");
             }
-            form = v;
+            o.form = v;
         } else if (a == "--announce-interval") {
             char* end = nullptr;
             if (!value(v)) return usageError("--announce-interval needs seconds");
             const double s = std::strtod(v.c_str(), &end);
             if (*end != '\0' || s < 0 || s > 86400) return usageError("bad --announce-interval '" + v + "'");
-            announceMs = static_cast<long>(s * 1000);
+            o.announceMs = static_cast<long>(s * 1000);
         } else if (a == "--no-announce") {
-            announce = false;
+            o.announce = false;
         } else if (a == "--no-query-answer") {
-            answerQuery = false;
+            o.answerQuery = false;
         } else if (a == "--no-range-answer") {
-            answerRange = false;
+            o.answerRange = false;
         } else if (a == "--port" || a == "--control-port" || a == "--http-port") {
-            if (!value(v) || !parseNumber(v, 1, 65535, n))
-                return usageError(a + " takes a port from 1 to 65535");
-            (a == "--port" ? rangePort : a == "--control-port" ? controlPort : httpPort) = n;
-        } else if (a == "--model") {
-            if (!value(model)) return usageError("--model needs a text");
-        } else if (a == "--id-prefix") {
-            if (!value(idPrefix)) return usageError("--id-prefix needs a text");
-        } else if (a == "--manufacturer") {
-            if (!value(manufacturer)) return usageError("--manufacturer needs a text");
-        } else if (a == "--device-time") {
-            if (!value(deviceTime)) return usageError("--device-time needs a text");
+            if (!value(v) || !parseNumber(v, 1, 65535, n)) return usageError(a + " takes a port from 1 to 65535");
+            (a == "--port" ? o.rangePort : a == "--control-port" ? o.controlPort : o.httpPort) = n;
+        } else if (a == "--model" || a == "--id-prefix" || a == "--manufacturer" || a == "--device-time" ||
+                   a == "--ready-file") {
+            std::string& field = a == "--model"          ? o.model
+                                 : a == "--id-prefix"    ? o.idPrefix
+                                 : a == "--manufacturer" ? o.manufacturer
+                                 : a == "--device-time"  ? o.deviceTime
+                                                         : o.readyFile;
+            if (!value(field)) return usageError(a + " needs a text");
         } else if (a == "--first-index") {
-            if (!value(v) || !parseNumber(v, 0, 1000000, firstIndex)) return usageError("bad --first-index");
-        } else if (a == "--malformed-range" || a == "--malformed-query") {
+            if (!value(v) || !parseNumber(v, 0, 1000000, o.firstIndex)) return usageError("bad --first-index");
+        } else if (a == "--seconds") {
+            if (!value(v) || !parseNumber(v, 0, 86400, o.seconds)) return usageError("bad --seconds");
+        } else if (a == "--malformed-range" || a == "--malformed-query" || a == "--push-to") {
             uint32_t host = 0;
             if (!value(v) || !parseAddress(v, host)) return usageError(a + " needs an IPv4 address");
-            (a == "--malformed-range" ? malformedRange : malformedQuery).insert(host);
-        } else if (a == "--push-to") {
-            uint32_t host = 0;
-            if (!value(v) || !parseAddress(v, host)) return usageError("--push-to needs an IPv4 address");
-            pushTo.push_back(host);
-        } else if (a == "--seconds") {
-            if (!value(v) || !parseNumber(v, 0, 86400, seconds)) return usageError("bad --seconds");
-        } else if (a == "--ready-file") {
-            if (!value(readyFile)) return usageError("--ready-file needs a path");
+            if (a == "--push-to") {
+                o.pushTo.push_back(host);
+            } else {
+                (a == "--malformed-range" ? o.malformedRange : o.malformedQuery).insert(host);
+            }
         } else if (a == "--verbose") {
-            verbose = true;
+            o.verbose = true;
         } else if (!a.empty() && a[0] == '-') {
             return usageError("unknown option '" + a + "'");
         } else {
@@ -306,7 +300,194 @@ int main(int argc, char** argv) {
             addAddress(host);
         }
     }
-    if (addresses.empty()) return usageError("no device address given");
+    if (o.addresses.empty()) return usageError("no device address given");
+    return kExitOk;
+}
+
+std::string timeNow() {
+    char text[32];
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
+    return text;
+}
+
+// One device per address, with its datagrams built and its socket open on the
+// range port (it also sends the announcements and the query answers).
+int makeDevices(const Options& o, std::vector<Device>& devices) {
+    devices.resize(o.addresses.size());
+    for (size_t i = 0; i < o.addresses.size(); ++i) {
+        Device& d = devices[i];
+        SimDeviceConfig& c = d.config;
+        c.address = addressText(o.addresses[i]);
+        c.index = static_cast<int>(o.firstIndex + static_cast<long>(i));
+        static const int kForms[] = {23, 20, 16};
+        c.form = o.form == "mixed" ? kForms[c.index % 3] : std::atoi(o.form.c_str());
+        c.idPrefix = o.idPrefix;
+        c.model = o.model;
+        c.manufacturer = o.manufacturer;
+        c.deviceTime = o.deviceTime;
+        c.controlPort = static_cast<uint16_t>(o.controlPort);
+        c.httpPort = static_cast<uint16_t>(o.httpPort);
+        d.summary = makeSummary(c);
+        d.malformedRange = o.malformedRange.count(o.addresses[i]) != 0;
+        d.malformedQuery = o.malformedQuery.count(o.addresses[i]) != 0;
+        if (!buildAnnouncement(c, d.summary, d.announcement)) {
+            std::fprintf(stderr, "devsim: the announcement of %s could not be built\n", c.address.c_str());
+            return kExitSocket;
+        }
+        if (d.malformedQuery) {
+            d.queryAnswer = garbage(d);
+        } else if (!buildSummaryAnswer(d.summary, kMulticastAnswerCommand, 0, d.queryAnswer)) {
+            std::fprintf(stderr, "devsim: the answer of %s could not be built\n", c.address.c_str());
+            return kExitSocket;
+        }
+        d.fd = openUdp(o.addresses[i], static_cast<uint16_t>(o.rangePort), true);
+        if (d.fd < 0) {
+            std::fprintf(stderr, "devsim: cannot bind %s port %ld: %s (is the address on an interface here?)\n",
+                         c.address.c_str(), o.rangePort, std::strerror(errno));
+            return kExitSocket;
+        }
+        in_addr source{};
+        source.s_addr = htonl(o.addresses[i]);
+        setsockopt(d.fd, IPPROTO_IP, IP_MULTICAST_IF, &source, sizeof(source));
+        unsigned char ttl = 1;
+        setsockopt(d.fd, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof(ttl));
+    }
+    return kExitOk;
+}
+
+// The socket that hears the multicast query, joined on every device's interface.
+int openQuerySocket(const std::vector<Device>& devices, int& fd) {
+    fd = openUdp(INADDR_ANY, kQueryPort, true);
+    if (fd < 0) {
+        std::fprintf(stderr, "devsim: cannot bind port %u: %s\n", kQueryPort, std::strerror(errno));
+        return kExitSocket;
+    }
+    // Join once per interface; a second join through another address of the
+    // same interface reports EADDRINUSE, which is fine.
+    int joined = 0;
+    for (const Device& d : devices) {
+        ip_mreq request{};
+        inet_pton(AF_INET, kSearchGroup, &request.imr_multiaddr);
+        inet_pton(AF_INET, d.config.address.c_str(), &request.imr_interface);
+        if (setsockopt(fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof(request)) == 0 || errno == EADDRINUSE) {
+            ++joined;
+        }
+    }
+    if (joined == 0) {
+        std::fprintf(stderr, "devsim: cannot join %s: %s\n", kSearchGroup, std::strerror(errno));
+        return kExitSocket;
+    }
+    return kExitOk;
+}
+
+sockaddr_in socketAddress(uint32_t host, uint16_t port) {
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_addr.s_addr = htonl(host);
+    to.sin_port = htons(port);
+    return to;
+}
+
+// Every device announces itself; answers are pushed to the --push-to hosts.
+void announce(const Options& o, const std::vector<Device>& devices) {
+    in_addr group{};
+    inet_pton(AF_INET, kSearchGroup, &group);
+    if (o.announce) {
+        const sockaddr_in to = socketAddress(ntohl(group.s_addr), kAnnouncePort);
+        for (const Device& d : devices) sendTo(d.fd, d.announcement, to);
+    }
+    for (uint32_t host : o.pushTo) {
+        const sockaddr_in to = socketAddress(host, kAnswerPort);
+        for (const Device& d : devices) sendTo(d.fd, d.queryAnswer, to);
+    }
+}
+
+// Answers one datagram that arrived on the query socket (device null) or on a
+// device's socket.
+void answer(const Options& o, const std::vector<Device>& devices, const Device* device, const Bytes& datagram,
+            const sockaddr_in& from) {
+    uint32_t commandId = 0;
+    uint16_t sequence = 0;
+    const bool parsed = parseQuery(datagram.data(), datagram.size(), commandId, sequence);
+    if (o.verbose) {
+        char fromText[INET_ADDRSTRLEN];
+        inet_ntop(AF_INET, &from.sin_addr, fromText, sizeof(fromText));
+        std::fprintf(stderr, "devsim: %zu bytes from %s:%u, %s %u\n", datagram.size(), fromText,
+                     ntohs(from.sin_port), parsed ? "command" : "unparsed", commandId);
+    }
+    if (!parsed) return;
+    Bytes reply;
+    if (device == nullptr) {
+        if (commandId != kMulticastQueryCommand) return;
+        // Every device answers the query, each from its own address.
+        sockaddr_in to = from;
+        to.sin_port = htons(kAnswerPort);
+        for (const Device& d : devices) {
+            if (sequence == 0 || d.malformedQuery) {
+                sendTo(d.fd, d.queryAnswer, to);
+            } else if (buildSummaryAnswer(d.summary, kMulticastAnswerCommand, sequence, reply)) {
+                sendTo(d.fd, reply, to);
+            }
+        }
+        return;
+    }
+    if (!o.answerRange || commandId != kRangeQueryCommand) return;
+    if (device->malformedRange) {
+        reply = garbage(*device);
+    } else if (!buildSummaryAnswer(device->summary, kRangeAnswerCommand, sequence, reply)) {
+        return;
+    }
+    sendTo(device->fd, reply, from);
+}
+
+// Announces and answers until a signal or the --seconds limit.
+void serve(const Options& o, const std::vector<Device>& devices, int queryFd) {
+    std::vector<pollfd> fds;
+    if (queryFd >= 0) fds.push_back({queryFd, POLLIN, 0});
+    const size_t firstDeviceSlot = fds.size();
+    for (const Device& d : devices) fds.push_back({d.fd, POLLIN, 0});
+
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point started = Clock::now();
+    Clock::time_point nextAnnounce = started;
+    Bytes datagram(6000);
+    while (!g_bStop) {
+        const Clock::time_point now = Clock::now();
+        if (o.seconds >= 0 && now - started >= std::chrono::seconds(o.seconds)) break;
+        if (o.announceMs > 0 && now >= nextAnnounce) {
+            announce(o, devices);
+            nextAnnounce = now + std::chrono::milliseconds(o.announceMs);
+        }
+        int waitMs = 200;
+        if (o.announceMs > 0) {
+            const long untilAnnounce =
+                std::chrono::duration_cast<std::chrono::milliseconds>(nextAnnounce - now).count();
+            waitMs = static_cast<int>(std::max(0L, std::min<long>(waitMs, untilAnnounce)));
+        }
+        if (poll(fds.data(), fds.size(), waitMs) <= 0) continue;
+        for (size_t slot = 0; slot < fds.size(); ++slot) {
+            if (!(fds[slot].revents & POLLIN)) continue;
+            sockaddr_in from{};
+            socklen_t fromLength = sizeof(from);
+            const ssize_t n = recvfrom(fds[slot].fd, datagram.data(), datagram.size(), 0,
+                                       reinterpret_cast<sockaddr*>(&from), &fromLength);
+            if (n <= 0) continue;
+            const Device* device = slot < firstDeviceSlot ? nullptr : &devices[slot - firstDeviceSlot];
+            answer(o, devices, device, Bytes(datagram.begin(), datagram.begin() + n), from);
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options o;
+    bool done = false;
+    const int parsed = parseOptions(std::vector<std::string>(argv + 1, argv + argc), o, done);
+    if (parsed != kExitOk || done) return parsed;
 
     std::string why;
     if (!inTestNamespace(why)) {
@@ -316,183 +497,30 @@ int main(int argc, char** argv) {
                      why.c_str());
         return kExitUsage;
     }
-
     // One socket per device plus the query socket.
     rlimit files{};
     if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur < files.rlim_max) {
         files.rlim_cur = files.rlim_max;
         setrlimit(RLIMIT_NOFILE, &files);
     }
+    if (o.deviceTime.empty()) o.deviceTime = timeNow();
 
-    if (deviceTime.empty()) {
-        char text[32];
-        const std::time_t now = std::time(nullptr);
-        std::tm local{};
-        localtime_r(&now, &local);
-        std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
-        deviceTime = text;
-    }
-
-    std::vector<Device> devices(addresses.size());
-    in_addr group{};
-    inet_pton(AF_INET, kGroup, &group);
-    for (size_t i = 0; i < addresses.size(); ++i) {
-        Device& d = devices[i];
-        SimDeviceConfig& c = d.config;
-        c.address = addressText(addresses[i]);
-        c.index = static_cast<int>(firstIndex + static_cast<long>(i));
-        static const int kForms[] = {23, 20, 16};
-        c.form = form == "mixed" ? kForms[c.index % 3] : std::atoi(form.c_str());
-        c.idPrefix = idPrefix;
-        c.model = model;
-        c.manufacturer = manufacturer;
-        c.deviceTime = deviceTime;
-        c.controlPort = static_cast<uint16_t>(controlPort);
-        c.httpPort = static_cast<uint16_t>(httpPort);
-        d.summary = makeSummary(c);
-        d.malformedRange = malformedRange.count(addresses[i]) != 0;
-        d.malformedQuery = malformedQuery.count(addresses[i]) != 0;
-        if (!buildAnnouncement(c, d.summary, d.announcement)) {
-            std::fprintf(stderr, "devsim: the announcement of %s could not be built\n", c.address.c_str());
-            return 1;
-        }
-        if (d.malformedQuery) {
-            d.queryAnswer = garbage(d);
-        } else if (!buildSummaryAnswer(d.summary, kQueryAnswerCommand, 0, d.queryAnswer)) {
-            std::fprintf(stderr, "devsim: the answer of %s could not be built\n", c.address.c_str());
-            return 1;
-        }
-        d.fd = openUdp(addresses[i], static_cast<uint16_t>(rangePort), true);
-        if (d.fd < 0) {
-            std::fprintf(stderr,
-                         "devsim: cannot bind %s port %ld: %s (is the address on an interface here?)\n",
-                         c.address.c_str(), rangePort, std::strerror(errno));
-            return 1;
-        }
-        in_addr source{};
-        source.s_addr = htonl(addresses[i]);
-        setsockopt(d.fd, IPPROTO_IP, IP_MULTICAST_IF, &source, sizeof(source));
-        unsigned char ttl = 1;
-        setsockopt(d.fd, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof(ttl));
-    }
-
+    std::vector<Device> devices;
     int queryFd = -1;
-    if (answerQuery) {
-        queryFd = openUdp(INADDR_ANY, kQueryPort, true);
-        if (queryFd < 0) {
-            std::fprintf(stderr, "devsim: cannot bind port %u: %s\n", kQueryPort, std::strerror(errno));
-            return 1;
-        }
-        // Join once per interface; a second join through another address of
-        // the same interface reports EADDRINUSE, which is fine.
-        int joined = 0;
-        for (const Device& d : devices) {
-            ip_mreq request{};
-            request.imr_multiaddr = group;
-            inet_pton(AF_INET, d.config.address.c_str(), &request.imr_interface);
-            if (setsockopt(queryFd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof(request)) == 0 ||
-                errno == EADDRINUSE) {
-                ++joined;
-            }
-        }
-        if (joined == 0) {
-            std::fprintf(stderr, "devsim: cannot join %s: %s\n", kGroup, std::strerror(errno));
-            return 1;
-        }
+    int result = makeDevices(o, devices);
+    if (result == kExitOk && o.answerQuery) result = openQuerySocket(devices, queryFd);
+    if (result == kExitOk) {
+        std::signal(SIGINT, onSignal);
+        std::signal(SIGTERM, onSignal);
+        std::signal(SIGPIPE, SIG_IGN);
+        std::fprintf(stderr, "devsim: %zu devices on %s .. %s\n", devices.size(),
+                     devices.front().config.address.c_str(), devices.back().config.address.c_str());
+        if (!o.readyFile.empty()) std::ofstream(o.readyFile) << devices.size() << "\n";
+        serve(o, devices, queryFd);
     }
-
-    std::signal(SIGINT, onSignal);
-    std::signal(SIGTERM, onSignal);
-    std::signal(SIGPIPE, SIG_IGN);
-
-    std::fprintf(stderr, "devsim: %zu devices on %s .. %s\n", devices.size(),
-                 devices.front().config.address.c_str(), devices.back().config.address.c_str());
-    if (!readyFile.empty()) {
-        std::ofstream ready(readyFile);
-        ready << devices.size() << "\n";
+    for (const Device& d : devices) {
+        if (d.fd >= 0) close(d.fd);
     }
-
-    std::vector<pollfd> fds;
-    if (queryFd >= 0) fds.push_back({queryFd, POLLIN, 0});
-    const size_t firstDeviceSlot = fds.size();
-    for (const Device& d : devices) fds.push_back({d.fd, POLLIN, 0});
-
-    sockaddr_in groupTo{};
-    groupTo.sin_family = AF_INET;
-    groupTo.sin_addr = group;
-    groupTo.sin_port = htons(kAnnouncePort);
-
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point started = Clock::now();
-    Clock::time_point nextAnnounce = started;
-    std::vector<unsigned char> datagram(6000), answer;
-    while (!g_bStop) {
-        const Clock::time_point now = Clock::now();
-        if (seconds >= 0 && now - started >= std::chrono::seconds(seconds)) break;
-        if (announceMs > 0 && now >= nextAnnounce) {
-            if (announce) {
-                for (const Device& d : devices) sendTo(d.fd, d.announcement, groupTo);
-            }
-            for (uint32_t host : pushTo) {
-                sockaddr_in to{};
-                to.sin_family = AF_INET;
-                to.sin_addr.s_addr = htonl(host);
-                to.sin_port = htons(kQueryPort + 1);
-                for (const Device& d : devices) sendTo(d.fd, d.queryAnswer, to);
-            }
-            nextAnnounce = now + std::chrono::milliseconds(announceMs);
-        }
-        int waitMs = 200;
-        if (announceMs > 0) {
-            const long untilAnnounce =
-                std::chrono::duration_cast<std::chrono::milliseconds>(nextAnnounce - now).count();
-            waitMs = static_cast<int>(std::max(0L, std::min<long>(waitMs, untilAnnounce)));
-        }
-        if (poll(fds.data(), fds.size(), waitMs) <= 0) continue;
-
-        for (size_t slot = 0; slot < fds.size(); ++slot) {
-            if (!(fds[slot].revents & POLLIN)) continue;
-            sockaddr_in from{};
-            socklen_t fromLength = sizeof(from);
-            const ssize_t n = recvfrom(fds[slot].fd, datagram.data(), datagram.size(), 0,
-                                       reinterpret_cast<sockaddr*>(&from), &fromLength);
-            if (n <= 0) continue;
-            uint32_t commandId = 0;
-            uint16_t sequence = 0;
-            const bool parsed = parseQuery(datagram.data(), static_cast<size_t>(n), commandId, sequence);
-            char fromText[INET_ADDRSTRLEN];
-            inet_ntop(AF_INET, &from.sin_addr, fromText, sizeof(fromText));
-            if (verbose) {
-                std::fprintf(stderr, "devsim: %zd bytes from %s:%u, %s %u\n", n, fromText,
-                             ntohs(from.sin_port), parsed ? "command" : "unparsed", commandId);
-            }
-            if (!parsed) continue;
-            if (slot < firstDeviceSlot) {
-                if (commandId != kMulticastQueryCommand) continue;
-                // Every device answers the query, each from its own address.
-                sockaddr_in to = from;
-                to.sin_port = htons(kQueryPort + 1);
-                for (const Device& d : devices) {
-                    if (sequence == 0 || d.malformedQuery) {
-                        sendTo(d.fd, d.queryAnswer, to);
-                    } else if (buildSummaryAnswer(d.summary, kQueryAnswerCommand, sequence, answer)) {
-                        sendTo(d.fd, answer, to);
-                    }
-                }
-            } else {
-                const Device& d = devices[slot - firstDeviceSlot];
-                if (!answerRange || commandId != kRangeQueryCommand) continue;
-                if (d.malformedRange) {
-                    answer = garbage(d);
-                } else if (!buildSummaryAnswer(d.summary, kRangeAnswerCommand, sequence, answer)) {
-                    continue;
-                }
-                sendTo(d.fd, answer, from);
-            }
-        }
-    }
-
-    for (const Device& d : devices) close(d.fd);
     if (queryFd >= 0) close(queryFd);
-    return 0;
+    return result;
 }

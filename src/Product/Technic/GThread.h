@@ -42,6 +42,9 @@ class GThread : public OLThread {
     // Waits for the thread to end and runs teardown once after a start.
     // False only if teardown failed or threw.
     bool stop();
+    // Asks the loop to end after the pass in progress, without waiting; stop()
+    // still has to follow. Safe from any thread.
+    void requestStop() { m_pInfo->state = GThreadInfo::kStateStop; }
 
     const SafePointer<GThreadInfo>& getInfo() const { return m_pInfo; }
     int getResult() const { return m_Result; }
