@@ -14,7 +14,7 @@ skip() {
 }
 
 if [ "${1:-}" != "--inside" ]; then
-    command -v tshark >/dev/null && command -v tcpdump >/dev/null || skip "needs tshark and tcpdump: scripts/setup"
+    for tool in tshark tcpdump; do command -v $tool >/dev/null || skip "needs $tool; run scripts/setup"; done
     unshare -n true 2>/dev/null || skip "cannot make a network namespace (run as root)"
     exec unshare -n bash "$0" --inside "$@"
 fi
@@ -43,7 +43,9 @@ ip route add 224.0.0.0/4 dev ws0
 wait_for 'ip link show ws0 | grep -q "state UP"'
 
 # Incoming only: a multicast datagram is seen once (on ws1), unicast on lo.
-tcpdump --immediate-mode -U -Q in -i any -w "$work/cap.pcap" udp or tcp 2>"$work/tcpdump.log" &
+# Immediate mode keeps the last packets from being lost at the stop; the small
+# snapshot length gives its ring room for hundreds of packets, not a few.
+tcpdump --immediate-mode -U -s 6000 -B 4096 -Q in -i any -w "$work/cap.pcap" udp or tcp 2>"$work/tcpdump.log" &
 pids+=($!)
 wait_for 'grep -q "listening on" "$work/tcpdump.log"'
 "$devsim" --range 10.81.0.10-10.81.0.12 --announce-interval 1 --ready-file "$work/ready" 2>/dev/null &
@@ -78,7 +80,11 @@ EOF
 kill -INT "${pids[0]}"
 wait "${pids[0]}" || true
 
-decode() { tshark -r "$work/cap.pcap" -X lua_script:"$lua" -o devsearch_sdk.tcp_port:30100 "$@" 2>>"$work/tshark.err"; }
+# HOME is the scratch folder so that no personal plugin loads the dissector twice.
+decode() {
+    HOME="$work" tshark -r "$work/cap.pcap" -X lua_script:"$lua" -o devsearch_sdk.tcp_port:30100 "$@" \
+        2>>"$work/tshark.err"
+}
 fields() {  # fields FILTER FIELD...: one line per frame, values separated by commas
     local filter=$1 args=() f
     shift
@@ -137,4 +143,5 @@ EOF
 # Every frame in full: no dissector error may appear, in the tree or on stderr.
 decode -V >"$work/verbose.txt"
 if grep -i "lua error\|malformed packet" "$work/verbose.txt" "$work/tshark.err" >&2; then fail=1; fi
+[ $fail = 0 ] || cat "$work/tcpdump.log" >&2
 exit $fail
