@@ -479,12 +479,12 @@ local function dissect_xml_body(command, tvb, offset, length, tree, state, summa
     local elements = scan_xml(text, function(element, attribute, value, at, width)
         if not wanted[element] then return end
         local range = tvb(offset + at, width)
-        local spec = ATTRIBUTES[attribute]
-        if not spec then
+        local entry = ATTRIBUTES[attribute]
+        if not entry then
             tree:add(D.attribute, range, attribute .. "=" .. value)
             return
         end
-        local field, kind = spec[1], spec[2]
+        local field, kind = entry[1], entry[2]
         if not kind then
             tree:add(field, range, value)
             summary[field] = summary[field] or value
@@ -513,8 +513,8 @@ local function dissect_broadcast_body(tvb, offset, length, tree, state, summary)
         flag(state, tree, DE.trailing, string.format("%d bytes behind the %d-byte body, ignored by receivers",
             length - BROADCAST_BODY, BROADCAST_BODY))
     end
-    for _, spec in ipairs(BROADCAST_FIELDS) do
-        local at, width, field, kind = spec[1], math.min(spec[2], length - spec[1]), spec[3], spec[4]
+    for _, entry in ipairs(BROADCAST_FIELDS) do
+        local at, width, field, kind = entry[1], math.min(entry[2], length - entry[1]), entry[3], entry[4]
         if width > 0 then
             local range = tvb(offset + at, width)
             if kind == "text" then
