@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "transport/ITransfer.h"
+#include "transport/TransferResult.h"
 
 // The fixed addresses, ports and command identifiers of the three searches,
 // and the result codes of the discovery engines, each named once. The codes

@@ -3,6 +3,7 @@
 #include "Product/Technic/SafePointer.h"
 #include "transport/CommandBuffer.h"
 #include "transport/ISocket.h"
+#include "transport/TransferResult.h"
 
 class ICommandHeadParser;
 class WakeUp;
@@ -66,22 +67,4 @@ class ITransfer {
     int m_nFamily = 0;             // IP version code: 1 IPv4, 2 IPv6
     bool m_bFlag = false;
     int m_nKind = 2;
-};
-
-// Result codes of the transfers, and those that the discovery engines add
-// when they open one.
-enum TransferResult {
-    kTransferOk = 0,
-    kTransferNoMemory = -2,
-    kTransferNotOpen = -4,
-    kTransferCreateFailed = -202,
-    kTransferBindFailed = -203,
-    kTransferConnectFailed = -204,
-    kTransferSendFailed = -210,
-    kTransferSendTimeout = -211,
-    kTransferRecvFailed = -212,
-    kTransferRecvTimeout = -213,
-    kTransferNoLocalAddress = -214,
-    kTransferReuseFailed = -215,
-    kTransferNoFactory = -217,
 };
