@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 
 #include <algorithm>
 #include <cstring>
@@ -18,6 +17,7 @@
 #include "protocol/SDKCommandParser.h"
 #include "transport/CommandBuffer.h"
 #include "transport/ITransfer.h"
+#include "transport/SocketReadSelect.h"
 #include "transport/TransferFactory.h"
 
 namespace {
@@ -261,24 +261,19 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
 
 void DeviceRangeSearchThread::receivePhase() {
     const uint32_t start = getTickCount32();
-    std::vector<pollfd> polled;
+    std::vector<SocketHandle> handles;
+    std::vector<bool> ready;
     while (!m_bStop) {
         if (elapsedMs(start) > static_cast<uint32_t>(kReceiveWindowMs)) return;
         if (m_vecTransfers.empty()) return;
 
         const size_t count = std::min(m_vecTransfers.size(), static_cast<size_t>(kMaxPollEntries));
-        polled.assign(count + 1, pollfd{});
-        for (size_t i = 0; i < count; ++i) {
-            polled[i].fd = m_vecTransfers[i]->getSocket()->getHandle();
-            polled[i].events = POLLIN;
-        }
-        // Behind the transfers, the wake-up ends the wait when the run is stopped.
-        polled[count] = {m_objWakeUp.handle(), POLLIN, 0};
-        const int ready = ::poll(polled.data(), polled.size(), kPollTimeoutMs);
-        if (ready > 0) {
+        handles.resize(count);
+        for (size_t i = 0; i < count; ++i) handles[i] = m_vecTransfers[i]->getSocket()->getHandle();
+        if (pollReadable(handles, kPollTimeoutMs, &m_objWakeUp, ready) > 0) {
             std::vector<bool> done(count, false);
             for (size_t i = 0; i < count && !m_bStop; ++i) {
-                if (polled[i].revents == 0) continue;
+                if (!ready[i]) continue;
                 // A pending error (an unreachable address, say) leaves the
                 // transfer waiting; reading it clears it.
                 if (!m_vecTransfers[i]->getSocket()->getPendingError()) continue;

@@ -231,3 +231,18 @@ int SocketReadSelect::getTotal() {
     OLMutexGuard guard(m_objLock, __FILE__, __LINE__);
     return m_nTotal;
 }
+
+int pollReadable(const std::vector<SocketHandle>& sockets, int timeoutMs, const WakeUp* wakeUp,
+                 std::vector<bool>& ready) {
+    std::vector<pollfd> polled(sockets.size() + 1);
+    for (size_t i = 0; i < sockets.size(); ++i) polled[i] = {sockets[i], POLLIN, 0};
+    polled.back() = {wakeUp != nullptr ? wakeUp->handle() : kInvalidSocket, POLLIN, 0};
+    ready.assign(sockets.size(), false);
+    if (::poll(polled.data(), polled.size(), timeoutMs) <= 0) return 0;
+    int count = 0;
+    for (size_t i = 0; i < sockets.size(); ++i) {
+        ready[i] = polled[i].revents != 0;
+        count += ready[i] ? 1 : 0;
+    }
+    return count;
+}

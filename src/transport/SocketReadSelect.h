@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "Product/Technic/OLMutex.h"
 #include "transport/SocketHandle.h"
 
@@ -68,3 +70,10 @@ class SocketReadSelect {
     int m_nCounts[kGroups] = {0, 0, 0, 0};
     const WakeUp* m_pWakeUp = nullptr;
 };
+
+// One bounded wait on any number of sockets, for a caller that holds more
+// than a readiness set takes: marks in `ready` (resized to match) the
+// sockets that have something to read. The number of them; 0 after the time
+// or when `wakeUp` (null for none) is raised.
+int pollReadable(const std::vector<SocketHandle>& sockets, int timeoutMs, const WakeUp* wakeUp,
+                 std::vector<bool>& ready);
