@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "SimDevice.h"
+#include "devsearch/LibraryVersion.h"
 #include "discovery/SearchQuery.h"
 #include "protocol/CommandParam.h"
 #include "protocol/SDKCommandParser.h"
@@ -82,6 +83,7 @@ const char* const kUsage =
     "  --seconds N              exit after N seconds (default: run until a signal)\n"
     "  --ready-file PATH        write PATH once every socket is open\n"
     "  --verbose                log every query on standard error\n"
+    "  --version                the library's version and SOVERSION\n"
     "  --help                   this text\n"
     "\n"
     "Exit status: 0 after a signal or --seconds, 1 when a socket cannot be opened,\n"
@@ -241,6 +243,10 @@ int main(int argc, char** argv) {
         long n = 0;
         if (a == "--help" || a == "-h") {
             std::fputs(kUsage, stdout);
+            return 0;
+        } else if (a == "--version") {
+            std::printf("devsim %s (libdevsearch SOVERSION %d)\n", DEVSEARCH_VERSION_STRING,
+                        DEVSEARCH_SOVERSION);
             return 0;
         } else if (a == "--range") {
             if (!value(v)) return usageError("--range needs FIRST-LAST");
