@@ -142,14 +142,15 @@ int main(int argc, char* argv[]) {
         if (result != 0) w.status.setText(QObject::tr("The range search did not start (%1).").arg(result));
     });
     // The range search's thread reports its progress; these arrive queued.
+    auto showPass = [&](int done, int total) {
+        w.progress.setRange(0, total);
+        w.progress.setValue(done);
+    };
     QRangeSearchProgress* pass = search->getRangeSearchProgress();
-    QObject::connect(pass, &QRangeSearchProgress::progress, &w.root, [&](int done, int total, int) {
-        w.progress.setRange(0, total);
-        w.progress.setValue(done);
-    });
+    QObject::connect(pass, &QRangeSearchProgress::progress, &w.root,
+                     [&](int done, int total, int) { showPass(done, total); });
     QObject::connect(pass, &QRangeSearchProgress::finished, &w.root, [&](int done, int total, int) {
-        w.progress.setRange(0, total);
-        w.progress.setValue(done);
+        showPass(done, total);
         w.searchRange.setEnabled(true);
     });
 

@@ -88,9 +88,7 @@ TEST(DeviceListModelTest, OneRowPerDeviceIdAndAddressUpdatedInPlace) {
         EXPECT_EQ(step.rows, model.rowCount()) << step.id << " " << step.ip;
         EXPECT_EQ(step.changes, changed.count()) << step.id << " " << step.ip;
     }
-    ASSERT_EQ(1, changed.count());
-    EXPECT_EQ(0, changed[0][0].toModelIndex().row());
-    EXPECT_EQ(DeviceListModel::ColumnCount - 1, changed[0][1].toModelIndex().column());
+    EXPECT_EQ(model.index(0, DeviceListModel::ColumnCount - 1), changed.value(0).value(1).toModelIndex());
 
     // Row 0 holds the multicast record now.
     const std::vector<std::pair<int, QVariant>> columns = {
@@ -106,7 +104,6 @@ TEST(DeviceListModelTest, OneRowPerDeviceIdAndAddressUpdatedInPlace) {
     ASSERT_EQ(static_cast<size_t>(model.columnCount()), columns.size());
     for (const auto& column : columns) {
         EXPECT_EQ(column.second, model.index(0, column.first).data()) << column.first;
-        EXPECT_FALSE(model.headerData(column.first, Qt::Horizontal).toString().isEmpty());
     }
     const QVariant record = model.index(0, DeviceListModel::PortColumn).data(DeviceListModel::RecordRole);
     ASSERT_TRUE(record.canConvert<NetVideoDeviceInfo>());

@@ -303,21 +303,19 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
             drawBar();
         },
         Qt::QueuedConnection);
+    auto showPass = [&](int done, int total) {
+        barDone = done;
+        barTotal = total;
+        drawBar();
+    };
     QRangeSearchProgress* pass = search->getRangeSearchProgress();
     QObject::connect(
         pass, &QRangeSearchProgress::progress, &context,
-        [&](int done, int total, int) {
-            barDone = done;
-            barTotal = total;
-            drawBar();
-        },
-        Qt::QueuedConnection);
+        [&](int done, int total, int) { showPass(done, total); }, Qt::QueuedConnection);
     QObject::connect(
         pass, &QRangeSearchProgress::finished, &context,
         [&](int done, int total, int) {
-            barDone = done;
-            barTotal = total;
-            drawBar();
+            showPass(done, total);
             app.quit();
         },
         Qt::QueuedConnection);
