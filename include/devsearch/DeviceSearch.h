@@ -8,6 +8,7 @@
 #include "devsearch/Export.h"
 #include "devsearch/QDeviceSearcherListener.h"
 #include "devsearch/QIPsearchListener.h"
+#include "devsearch/QRangeSearchProgress.h"
 
 class DeviceDiscoveryService;
 class DeviceMulticastRecv;
@@ -27,7 +28,8 @@ class DeviceRangeSearch;
 // stopSearch or the next startSearch(false); its records come from
 // getIPsearchListener(). startSearch(true) walks the addresses from the start
 // IP to the end IP once and ends by itself; its records come from
-// getDeviceSearcherListener(). Records arrive on the engines' threads, so a
+// getDeviceSearcherListener(), its progress and its end from
+// getRangeSearchProgress(). Records arrive on the engines' threads, so a
 // receiver on the application's thread gets them through queued connections.
 //
 // The class has no lock: call it from one thread at a time. Stopping returns
@@ -67,6 +69,11 @@ class DEVSEARCH_EXPORT DeviceSearch {
     // The listener objects; they live as long as the library.
     QIPsearchListener* getIPsearchListener();
     QDeviceSearcherListener* getDeviceSearcherListener();
+    // Progress and end of each range search pass, as signals; it lives as
+    // long as the library.
+    QRangeSearchProgress* getRangeSearchProgress();
+    // True from a successful startSearch(true) until its run has ended.
+    bool isRangeSearchRunning();
 
     DeviceSearch(const DeviceSearch&) = delete;
     DeviceSearch& operator=(const DeviceSearch&) = delete;
@@ -96,4 +103,7 @@ class DEVSEARCH_EXPORT DeviceSearch {
     // Whether the multicast engines have been given their listener and
     // settings; a range search sets the flag without doing so.
     bool m_bMulticastConfigured;
+    // Told of the range search's progress by its thread: the range search
+    // must be stopped before this goes.
+    std::unique_ptr<QRangeSearchProgress> m_pRangeSearchProgress;
 };

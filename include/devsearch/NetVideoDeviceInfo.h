@@ -12,8 +12,9 @@ class Version;
 // numbers at 0.
 //
 // The Version record (hardware and software version) is a record of the
-// library's protocol layer; an application reads it through
-// getHardwareVer() and getSoftwareVer().
+// library's protocol layer, whose header is not installed: an application
+// reads and sets the two versions through getHardwareVer(), getSoftwareVer(),
+// setHardwareVer() and setSoftwareVer(), and needs no more than this header.
 class DEVSEARCH_EXPORT NetVideoDeviceInfo {
   public:
     NetVideoDeviceInfo();
@@ -39,6 +40,8 @@ class DEVSEARCH_EXPORT NetVideoDeviceInfo {
     void setVersion(const Version& value);
     std::string getHardwareVer() const;
     std::string getSoftwareVer() const;
+    void setHardwareVer(const std::string& value);
+    void setSoftwareVer(const std::string& value);
     const std::string& getManufacturerId() const { return m_strManufacturerId; }
     void setManufacturerId(const std::string& value) { m_strManufacturerId = value; }
     const std::string& getManufacturerName() const { return m_strManufacturerName; }

@@ -73,3 +73,11 @@ std::string NetVideoDeviceInfo::getHardwareVer() const {
 std::string NetVideoDeviceInfo::getSoftwareVer() const {
     return m_pVersion->getSoftwareVer();
 }
+
+void NetVideoDeviceInfo::setHardwareVer(const std::string& value) {
+    m_pVersion->setHardwareVer(value);
+}
+
+void NetVideoDeviceInfo::setSoftwareVer(const std::string& value) {
+    m_pVersion->setSoftwareVer(value);
+}

@@ -76,6 +76,8 @@ DeviceSearch::DeviceSearch()
         m_pDeviceSearcherListener =
             boost::shared_ptr<QDeviceSearcherListener>(new QDeviceSearcherListener(nullptr));
         m_pRangeSearch = std::make_unique<DeviceRangeSearch>();
+        m_pRangeSearchProgress = std::make_unique<QRangeSearchProgress>(nullptr);
+        m_pRangeSearch->setProgressListener(m_pRangeSearchProgress.get());
         m_pMulticastRecv = std::make_unique<DeviceMulticastRecv>();
     } catch (const std::exception& e) {
         OLTrace(1, __FILE__, "DeviceSearch::DeviceSearch incomplete: %s\n", e.what());
@@ -254,4 +256,12 @@ QIPsearchListener* DeviceSearch::getIPsearchListener() {
 
 QDeviceSearcherListener* DeviceSearch::getDeviceSearcherListener() {
     return m_pDeviceSearcherListener.get();
+}
+
+QRangeSearchProgress* DeviceSearch::getRangeSearchProgress() {
+    return m_pRangeSearchProgress.get();
+}
+
+bool DeviceSearch::isRangeSearchRunning() {
+    return m_pRangeSearch != nullptr && m_pRangeSearch->isRunning();
 }

@@ -62,6 +62,12 @@ class Controller : public ::testing::Test {
         });
     }
     void TearDown() override {
+        // A range search still running is stopped by the next range start
+        // (with the flag set), which then has nothing to do.
+        search->setFlag(true);
+        search->setStartIP(QString());
+        search->startSearch(true);
+        EXPECT_TRUE(testqt::processUntil([&] { return !search->isRangeSearchRunning(); }, 2000ms));
         search->stopSearch(true);
         search->setNetWorkType(0);
         search->setNetWorkName(QString());

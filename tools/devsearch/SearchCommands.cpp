@@ -24,22 +24,13 @@
 #include "Subcommand.h"
 #include "devsearch/DeviceSearch.h"
 #include "devsearch/NetVideoDeviceInfo.h"
+#include "devsearch/QRangeSearchProgress.h"
 
 namespace {
 
 // Bad arguments of search and range: one line on stderr, nothing sent.
 constexpr int kExitBadArguments = 2;
 
-// Pacing of the range search, as the library's range engine does it: batches
-// of 400 addresses, a pause of 30 ms after every 50th query of a batch, then
-// at most 3 s of waiting for answers, polled every 200 ms.
-constexpr int kBatch = 400;
-constexpr double kBurstPause = 0.030;
-constexpr int kBurst = 50;
-constexpr double kReceiveWindow = 3.0;
-constexpr double kPollPause = 0.2;
-constexpr double kBatchSlack = 0.05;
-constexpr double kStartSlack = 0.3;
 // A longer range runs for hours; refuse it rather than block a shell.
 constexpr uint64_t kMaxRangeAddresses = 65536;
 
@@ -67,8 +58,9 @@ const char* const kRangeUsage =
     "Range search: sends the query by unicast to port P (default 30001) of every\n"
     "IPv4 address from FIRST to LAST, in batches of 400 with at most 3 s of waiting\n"
     "for answers each, and prints each device as it answers: a table, or with\n"
-    "--json one JSON object per line. It ends when the pass is over. When standard\n"
-    "error is a terminal it shows a progress bar there. At most 65536 addresses;\n"
+    "--json one JSON object per line. It ends when the library reports the pass\n"
+    "over. When standard error is a terminal it shows there a progress bar of the\n"
+    "addresses done. At most 65536 addresses;\n"
     "the range may not reach 255.255.255.255.\n"
     "\n"
     "Exit status: 0 done (also when nothing was found); 2 bad arguments.\n";
@@ -276,15 +268,6 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
                                 " addresses; at most 65536 are searched in one pass");
     }
 
-    // When the pass is over at the latest: each batch sends with its pauses
-    // and then waits its receive window.
-    std::vector<double> batchEnds;
-    double bound = kStartSlack;
-    for (uint64_t done = 0; done < count; done += kBatch) {
-        const uint64_t k = std::min<uint64_t>(kBatch, count - done);
-        bound += double(k / kBurst) * kBurstPause + kReceiveWindow + kPollPause + kBatchSlack;
-        batchEnds.push_back(bound);
-    }
     const bool progress = isatty(STDERR_FILENO) != 0;
 
     silenceLibrary(verbose);
@@ -293,51 +276,58 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
     DeviceSearch* search = DeviceSearch::GetInstance();
     Collector collector(io.out, json);
     const auto started = std::chrono::steady_clock::now();
+    // The bar shows the addresses done as the range search reports them.
+    int barDone = 0;
+    int barTotal = static_cast<int>(count);
     auto clearBar = [&] {
         if (progress) std::fputs("\r\033[K", io.err);
     };
-    auto drawBar = [&](double elapsed) {
+    auto drawBar = [&] {
         if (!progress) return;
-        uint64_t queried = count;
-        for (size_t b = 0; b < batchEnds.size(); ++b) {
-            if (elapsed < batchEnds[b]) {
-                queried = std::min<uint64_t>(count, uint64_t(b + 1) * kBatch);
-                break;
-            }
-        }
         const int width = 30;
-        const int filled = int(width * std::min(1.0, elapsed / bound));
-        std::fprintf(io.err, "\r\033[K[%s%s] %llu/%llu addresses, %zu found, %.1f s left",
-                     std::string(filled, '#').c_str(), std::string(width - filled, '.').c_str(),
-                     static_cast<unsigned long long>(queried), static_cast<unsigned long long>(count),
-                     collector.devices(), std::max(0.0, bound - elapsed));
+        const int filled = barTotal > 0 ? static_cast<int>(int64_t(width) * barDone / barTotal) : width;
+        std::fprintf(io.err, "\r\033[K[%s%s] %d/%d addresses, %zu found, %.1f s",
+                     std::string(filled, '#').c_str(), std::string(width - filled, '.').c_str(), barDone,
+                     barTotal, collector.devices(), secondsSince(started));
         std::fflush(io.err);
     };
+    // Records and progress come from the range search thread through queued
+    // connections, in the order it sent them: when the end arrives, every
+    // record of the pass has been printed.
     QObject context;
     QObject::connect(
         search->getDeviceSearcherListener(), &QDeviceSearcherListener::IPSearchSend, &context,
         [&](NetVideoDeviceInfo record) {
             clearBar();
             collector.add(record, secondsSince(started));
-            drawBar(secondsSince(started));
+            drawBar();
+        },
+        Qt::QueuedConnection);
+    auto showPass = [&](int done, int total) {
+        barDone = done;
+        barTotal = total;
+        drawBar();
+    };
+    QRangeSearchProgress* pass = search->getRangeSearchProgress();
+    QObject::connect(
+        pass, &QRangeSearchProgress::progress, &context,
+        [&](int done, int total, int) { showPass(done, total); }, Qt::QueuedConnection);
+    QObject::connect(
+        pass, &QRangeSearchProgress::finished, &context,
+        [&](int done, int total, int) {
+            showPass(done, total);
+            app.quit();
         },
         Qt::QueuedConnection);
 
     std::signal(SIGINT, onInterrupt);
     std::signal(SIGTERM, onInterrupt);
-    bool allAnswered = false;
     QTimer watch;
     QObject::connect(&watch, &QTimer::timeout, [&] {
-        const double elapsed = secondsSince(started);
-        // Every address has answered: the last batch's wait ended at once.
-        allAnswered = collector.records() >= count;
-        if (g_bInterrupted || allAnswered || elapsed >= bound) {
-            app.quit();
-            return;
-        }
-        drawBar(elapsed);
+        if (g_bInterrupted) app.quit();
     });
     watch.start(100);
+    drawBar();
 
     collector.begin();
     search->setStartIP(QString::fromLatin1(firstText.c_str()));
@@ -351,8 +341,8 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
     app.exec();
     QCoreApplication::processEvents();
     clearBar();
-    std::fprintf(io.err, "devsearch range: %zu found in %llu addresses in %.1f s%s\n", collector.devices(),
-                 static_cast<unsigned long long>(count), secondsSince(started),
+    std::fprintf(io.err, "devsearch range: %zu found, %d of %llu addresses done in %.1f s%s\n",
+                 collector.devices(), barDone, static_cast<unsigned long long>(count), secondsSince(started),
                  g_bInterrupted ? " (interrupted)" : "");
     if (g_bInterrupted) {
         // The range thread may still be in its pass; the application's only

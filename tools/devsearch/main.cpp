@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Subcommand.h"
+#include "devsearch/LibraryVersion.h"
 #include "ToolSupport.h"
 
 namespace {
@@ -12,6 +13,7 @@ namespace {
 void printOverview(FILE* out) {
     std::fputs(
         "Usage: devsearch SUBCOMMAND [ARGS]\n"
+        "       devsearch --version\n"
         "\n"
         "Subcommands:\n",
         out);
@@ -37,6 +39,11 @@ int main(int argc, char** argv) {
     const std::string name = argv[1];
     if (name == "--help" || name == "-h" || name == "help") {
         printOverview(stdout);
+        return kExitOk;
+    }
+    if (name == "--version") {
+        std::printf("devsearch %s (libdevsearch SOVERSION %d)\n", DEVSEARCH_VERSION_STRING,
+                    DEVSEARCH_SOVERSION);
         return kExitOk;
     }
     for (const Subcommand& sub : subcommands()) {

@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "devsearch/LibraryVersion.h"
 #include "devsim/SimDevice.h"
 #include "discovery/DiscoveryNames.h"
 #include "protocol/CommandParam.h"
@@ -78,6 +79,7 @@ const char* const kUsage =
     "  --seconds N              exit after N seconds (default: run until a signal)\n"
     "  --ready-file PATH        write PATH once every socket is open\n"
     "  --verbose                log every query on standard error\n"
+    "  --version                the library's version and SOVERSION\n"
     "  --help                   this text\n"
     "\n"
     "Exit status: 0 after a signal or --seconds, 1 when a socket cannot be opened,\n"
@@ -237,6 +239,10 @@ int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
         long n = 0;
         if (a == "--help" || a == "-h") {
             std::fputs(kUsage, stdout);
+            done = true;
+            return kExitOk;
+        } else if (a == "--version") {
+            std::printf("devsim %s (libdevsearch SOVERSION %d)\n", DEVSEARCH_VERSION_STRING, DEVSEARCH_SOVERSION);
             done = true;
             return kExitOk;
         } else if (a == "--range") {
