@@ -1,27 +1,21 @@
 #include "discovery/BroadcastCommand.h"
 
-#include <algorithm>
 #include <cstdint>
 
-#include "discovery/WireFormat.h"
+#include "discovery/DiscoveryNames.h"
 #include "transport/CommandBuffer.h"
+#include "transport/WireBytes.h"
 
-using namespace discovery_wire;
+using namespace wire;
 
 namespace {
 
-// Offsets and widths of the body.
-constexpr unsigned kDeviceIdAt = 0, kTextId = 32;
-constexpr unsigned kManufacturerIdAt = 32;
-constexpr unsigned kDeviceTypeAt = 64;
-constexpr unsigned kManufacturerNameAt = 68;
-constexpr unsigned kHardwareAt = 112, kVersionWidth = 16;
-constexpr unsigned kSoftwareAt = 128;
-constexpr unsigned kControlPortAt = 156;
-constexpr unsigned kRegisterPortAt = 158;
-constexpr unsigned kHttpPortAt = 160;
-constexpr unsigned kLocalIpAt = 162, kLocalIpWidth = 48;
-constexpr unsigned kDeviceTimeAt = 210, kDeviceTimeWidth = 64;
+// The body, in order (offset, width): device id (0, 32), manufacturer id
+// (32, 32), device type (64, 4), manufacturer name (68, 32), three words
+// of 1 (100, 12), hardware version (112, 16), software version (128, 16),
+// three words of 1 (144, 12), control port (156, 2), register port (158,
+// 2), HTTP port (160, 2), local address (162, 48), device time (210, 64).
+constexpr unsigned kTextId = 32, kVersionWidth = 16, kLocalIpWidth = 48, kDeviceTimeWidth = 64;
 
 // The ports a sender always writes.
 constexpr uint16_t kSentControlPort = 30001;
@@ -41,24 +35,24 @@ BroadcastCommand::BroadcastCommand(const DeviceSummaryInfo& summary, const Devic
 }
 
 int BroadcastCommand::encode(CommandBuffer& out) {
-    if (!out.alloc(CommandHead::kSize + m_nBodySize)) return -2;
+    if (!out.alloc(CommandHead::kSize + m_nBodySize)) return kDiscoveryNoMemory;
     setBodyLength(m_nBodySize);
     CommandBuffer head;
-    if (encodeHead(head) != 0 || !out.append(head)) return -2;
-    if (out.getCapacity() < static_cast<unsigned>(m_nMinCapacity)) return -2;
+    if (encodeHead(head) != 0 || !out.append(head)) return kDiscoveryNoMemory;
+    if (out.getCapacity() < static_cast<unsigned>(m_nMinCapacity)) return kDiscoveryNoMemory;
 
-    bool ok = appendFixedText(out, m_objSummary.getDeviceId(), kTextId) &&
-              appendFixedText(out, m_objSummary.getManufacturerId(), kTextId) &&
-              appendBig32(out, static_cast<uint32_t>(m_objSummary.getDeviceType())) &&
-              appendFixedText(out, m_objSummary.getManufacturerName(), kTextId) && appendBig32(out, 1) &&
-              appendBig32(out, 1) && appendBig32(out, 1) &&
-              appendFixedText(out, m_objSummary.getHardWareInfo(), kVersionWidth) &&
-              appendFixedText(out, m_objSummary.getSoftWareInfo(), kVersionWidth) && appendBig32(out, 1) &&
-              appendBig32(out, 1) && appendBig32(out, 1) && appendBig16(out, kSentControlPort) &&
-              appendBig16(out, kSentRegisterPort) && appendBig16(out, kSentHttpPort) &&
-              appendFixedText(out, m_objNetwork.getLocalIp(), kLocalIpWidth) &&
-              appendFixedText(out, m_objSummary.getDeviceTime(), kDeviceTimeWidth);
-    return ok ? 0 : -2;
+    bool ok = appendText(out, m_objSummary.getDeviceId(), kTextId) &&
+              appendText(out, m_objSummary.getManufacturerId(), kTextId) &&
+              appendU32(out, static_cast<uint32_t>(m_objSummary.getDeviceType())) &&
+              appendText(out, m_objSummary.getManufacturerName(), kTextId) && appendU32(out, 1) &&
+              appendU32(out, 1) && appendU32(out, 1) &&
+              appendText(out, m_objSummary.getHardWareInfo(), kVersionWidth) &&
+              appendText(out, m_objSummary.getSoftWareInfo(), kVersionWidth) && appendU32(out, 1) &&
+              appendU32(out, 1) && appendU32(out, 1) && appendU16(out, kSentControlPort) &&
+              appendU16(out, kSentRegisterPort) && appendU16(out, kSentHttpPort) &&
+              appendText(out, m_objNetwork.getLocalIp(), kLocalIpWidth) &&
+              appendText(out, m_objSummary.getDeviceTime(), kDeviceTimeWidth);
+    return ok ? 0 : kDiscoveryNoMemory;
 }
 
 int BroadcastCommand::decode(CommandBuffer& in) {
@@ -66,34 +60,39 @@ int BroadcastCommand::decode(CommandBuffer& in) {
     if (result != 0) return result;
     result = checkFrame(in, kCommandId);
     if (result != 0) return result;
-    if (getBodyLength() < kMinBodySize) return -404;
-    const unsigned bodyLength = static_cast<unsigned>(getBodyLength());
-    const unsigned char* body = span(in, CommandHead::kSize, bodyLength);
-    if (body == nullptr) return -404;
-
-    // A field reaches at most to the end of the body.
-    auto text = [&](unsigned at, unsigned width) {
-        if (at >= bodyLength) return std::string();
-        return readFixedText(body + at, std::min(width, bodyLength - at));
-    };
+    if (getBodyLength() < kMinBodySize) return kBodyNotDecoded;
+    // The body alone; a field reaches at most to its end.
+    Reader frame = Reader::of(in);
+    const unsigned char* bytes = nullptr;
+    if (!frame.skip(CommandHead::kSize) || !frame.readBytes(static_cast<unsigned>(getBodyLength()), bytes)) {
+        return kBodyNotDecoded;
+    }
+    Reader body(bytes, static_cast<unsigned>(getBodyLength()));
 
     DeviceSummaryInfo summary;
     DeviceNetwork network;
-    summary.setDeviceId(text(kDeviceIdAt, kTextId));
-    summary.setManufacturerId(text(kManufacturerIdAt, kTextId));
-    summary.setDeviceType(static_cast<int>(readBig32(body + kDeviceTypeAt)));
-    summary.setManufacturerName(text(kManufacturerNameAt, kTextId));
-    summary.setHardWareInfo(text(kHardwareAt, kVersionWidth));
-    summary.setSoftWareInfo(text(kSoftwareAt, kVersionWidth));
-    const uint16_t controlPort = readBig16(body + kControlPortAt);
+    uint32_t deviceType = 0;
+    uint16_t controlPort = 0, registerPort = 0, httpPort = 0;
+    summary.setDeviceId(body.readText(kTextId));
+    summary.setManufacturerId(body.readText(kTextId));
+    body.readU32(deviceType);
+    summary.setDeviceType(static_cast<int>(deviceType));
+    summary.setManufacturerName(body.readText(kTextId));
+    body.skip(12);
+    summary.setHardWareInfo(body.readText(kVersionWidth));
+    summary.setSoftWareInfo(body.readText(kVersionWidth));
+    body.skip(12);
+    body.readU16(controlPort);
+    body.readU16(registerPort);
+    body.readU16(httpPort);
     summary.setDevicePort(controlPort);
     network.setControlPort(controlPort);
-    network.setRegisterPort(readBig16(body + kRegisterPortAt));
-    network.setHttpPort(readBig16(body + kHttpPortAt));
-    const std::string localIp = text(kLocalIpAt, kLocalIpWidth);
+    network.setRegisterPort(registerPort);
+    network.setHttpPort(httpPort);
+    const std::string localIp = body.readText(kLocalIpWidth);
     summary.setDeviceIP(localIp);
     network.setLocalIp(localIp.c_str());
-    summary.setDeviceTime(text(kDeviceTimeAt, kDeviceTimeWidth));
+    summary.setDeviceTime(body.readText(kDeviceTimeWidth));
 
     m_objSummary = summary;
     m_objNetwork = network;

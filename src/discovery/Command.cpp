@@ -2,13 +2,14 @@
 
 #include <cstdint>
 
-#include "discovery/WireFormat.h"
+#include "discovery/DiscoveryNames.h"
 #include "transport/CommandBuffer.h"
+#include "transport/WireBytes.h"
 
 Command::~Command() = default;
 
 int Command::encodeHead(CommandBuffer& buffer) {
-    if (!buffer.alloc(CommandHead::kSize)) return -2;
+    if (!buffer.alloc(CommandHead::kSize)) return kDiscoveryNoMemory;
     return m_objHead.encode(buffer);
 }
 
@@ -17,20 +18,20 @@ int Command::decodeHead(CommandBuffer& buffer) {
 }
 
 int Command::encodeFrame(CommandBuffer& out, const void* body, int length) {
-    if (length < 0 || !out.alloc(CommandHead::kSize + length)) return -2;
+    if (length < 0 || !out.alloc(CommandHead::kSize + length)) return kDiscoveryNoMemory;
     setBodyLength(length);
     CommandBuffer head;
     int result = encodeHead(head);
     if (result != 0) return result;
-    if (!out.append(head)) return -2;
-    if (length > 0 && !out.append(body, static_cast<unsigned>(length))) return -2;
+    if (!out.append(head)) return kDiscoveryNoMemory;
+    if (length > 0 && !out.append(body, static_cast<unsigned>(length))) return kDiscoveryNoMemory;
     return 0;
 }
 
 int Command::checkFrame(const CommandBuffer& in, int expectedId) const {
-    if (getCommandId() != expectedId) return -401;
-    int64_t bodyBytes = static_cast<int64_t>(in.getLength()) - CommandHead::kSize;
-    if (bodyBytes != getBodyLength()) return -404;
+    if (getCommandId() != expectedId) return kUnknownCommand;
+    const int64_t bodyBytes = static_cast<int64_t>(in.getLength()) - CommandHead::kSize;
+    if (bodyBytes != getBodyLength()) return kBodyNotDecoded;
     return 0;
 }
 
@@ -43,9 +44,11 @@ int Command::decodeTextFrame(CommandBuffer& in, int expectedId, std::string& tex
     if (result != 0) return result;
     result = checkFrame(in, expectedId);
     if (result != 0) return result;
-    const unsigned char* body =
-        discovery_wire::span(in, CommandHead::kSize, static_cast<unsigned>(getBodyLength()));
-    if (body == nullptr) return -404;
+    wire::Reader frame = wire::Reader::of(in);
+    const unsigned char* body = nullptr;
+    if (!frame.skip(CommandHead::kSize) || !frame.readBytes(static_cast<unsigned>(getBodyLength()), body)) {
+        return kBodyNotDecoded;
+    }
     text.assign(reinterpret_cast<const char*>(body), static_cast<size_t>(getBodyLength()));
     return 0;
 }

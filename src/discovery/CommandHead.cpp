@@ -2,10 +2,9 @@
 
 #include <cstring>
 
-#include "discovery/WireFormat.h"
+#include "discovery/DiscoveryNames.h"
 #include "transport/CommandBuffer.h"
-
-using namespace discovery_wire;
+#include "transport/WireBytes.h"
 
 CommandHead::CommandHead()
     : m_nCommandId(0), m_nLeadByte(1), m_nTrailByte(1), m_nTrailWord(0), m_nBodyLength(0) {
@@ -15,24 +14,34 @@ CommandHead::CommandHead()
 
 CommandHead::~CommandHead() = default;
 
+// The 76 bytes, in order:
+//   offset  width  field
+//        0      4  command identifier, signed
+//        4      1  lead byte
+//        5     32  name A, raw bytes
+//       37     32  name B, raw bytes
+//       69      1  trail byte
+//       70      2  trail word, as it stands (no byte swap either way)
+//       72      4  body length, signed: the body bytes behind the head
 int CommandHead::encode(CommandBuffer& out) const {
-    bool ok = appendBig32(out, static_cast<uint32_t>(m_nCommandId)) && out.append(&m_nLeadByte, 1) &&
-              out.append(m_szNameA, kNameSize) && out.append(m_szNameB, kNameSize) &&
-              out.append(&m_nTrailByte, 1) && out.append(&m_nTrailWord, 2) &&
-              appendBig32(out, static_cast<uint32_t>(m_nBodyLength));
-    return ok ? 0 : -2;
+    const bool ok = wire::appendU32(out, static_cast<uint32_t>(m_nCommandId)) && wire::appendU8(out, m_nLeadByte) &&
+                    out.append(m_szNameA, kNameSize) && out.append(m_szNameB, kNameSize) &&
+                    wire::appendU8(out, m_nTrailByte) && out.append(&m_nTrailWord, 2) &&
+                    wire::appendU32(out, static_cast<uint32_t>(m_nBodyLength));
+    return ok ? 0 : kDiscoveryNoMemory;
 }
 
 int CommandHead::decode(const CommandBuffer& in) {
-    if (in.getLength() < static_cast<unsigned>(kSize)) return -402;
-    const unsigned char* p = span(in, 0, kSize);
-    if (p == nullptr) return -402;
-    m_nCommandId = static_cast<int32_t>(readBig32(p));
-    m_nLeadByte = p[4];
-    std::memcpy(m_szNameA, p + 5, kNameSize);
-    std::memcpy(m_szNameB, p + 37, kNameSize);
-    m_nTrailByte = p[69];
-    std::memcpy(&m_nTrailWord, p + 70, 2);
-    m_nBodyLength = static_cast<int32_t>(readBig32(p + 72));
+    wire::Reader head = wire::Reader::of(in);
+    if (in.getLength() < static_cast<unsigned>(kSize) || head.remaining() < static_cast<unsigned>(kSize)) {
+        return kShortCommandHead;
+    }
+    head.readI32(m_nCommandId);
+    head.readU8(m_nLeadByte);
+    head.readRaw(m_szNameA, kNameSize);
+    head.readRaw(m_szNameB, kNameSize);
+    head.readU8(m_nTrailByte);
+    head.readRaw(&m_nTrailWord, 2);
+    head.readI32(m_nBodyLength);
     return 0;
 }

@@ -5,11 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "discovery/WireFormat.h"
 #include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
 
-using namespace discovery_wire;
 
 namespace {
 
@@ -24,7 +22,7 @@ std::string textOf(const TiXmlElement& element, const char* name) {
 
 int intOf(const TiXmlElement& element, const char* name, int absent) {
     const char* value = element.Attribute(name);
-    return value != nullptr ? toInt(value) : absent;
+    return value != nullptr ? discovery_xml::toInt(value) : absent;
 }
 
 // The 64-bit State: decimal text as "%lld" reads it; text without a number

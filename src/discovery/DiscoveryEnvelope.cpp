@@ -2,10 +2,9 @@
 
 #include <cstring>
 
-#include "discovery/WireFormat.h"
+#include "discovery/DiscoveryNames.h"
 #include "transport/CommandBuffer.h"
-
-using namespace discovery_wire;
+#include "transport/WireBytes.h"
 
 DiscoveryEnvelope::DiscoveryEnvelope()
     : m_nMarker(0),
@@ -19,22 +18,33 @@ DiscoveryEnvelope::DiscoveryEnvelope()
       m_nByteC(0),
       m_nPayloadLength(0) {}
 
+// The 24 bytes, in order:
+//   offset  width  field
+//        0      1  marker, must be 255
+//        1      1  byte A
+//        2      4  word A
+//        6      4  word B
+//       10      1  byte B
+//       11      4  word C
+//       15      2  short A
+//       17      2  short B, taken as it stands (no byte swap)
+//       19      1  byte C
+//       20      4  payload length, must be the datagram's length minus 24
 int DiscoveryEnvelope::decode(const CommandBuffer& datagram) {
     const unsigned length = datagram.getLength();
-    if (length < static_cast<unsigned>(kSize)) return -231;
-    const unsigned char* p = span(datagram, 0, length);
-    if (p == nullptr) return -231;
-    m_nMarker = p[0];
-    m_nByteA = p[1];
-    m_nWordA = readBig32(p + 2);
-    m_nWordB = readBig32(p + 6);
-    m_nByteB = p[10];
-    m_nWordC = readBig32(p + 11);
-    m_nShortA = readBig16(p + 15);
-    std::memcpy(&m_nShortB, p + 17, 2);
-    m_nByteC = p[19];
-    m_nPayloadLength = readBig32(p + 20);
-    if (m_nMarker != kMarker) return -231;
-    if (m_nPayloadLength != length - kSize) return -231;
+    wire::Reader in = wire::Reader::of(datagram);
+    if (length < static_cast<unsigned>(kSize) || in.remaining() < length) return kBadEnvelope;
+    in.readU8(m_nMarker);
+    in.readU8(m_nByteA);
+    in.readU32(m_nWordA);
+    in.readU32(m_nWordB);
+    in.readU8(m_nByteB);
+    in.readU32(m_nWordC);
+    in.readU16(m_nShortA);
+    in.readRaw(&m_nShortB, 2);
+    in.readU8(m_nByteC);
+    in.readU32(m_nPayloadLength);
+    if (m_nMarker != kMarker) return kBadEnvelope;
+    if (m_nPayloadLength != length - kSize) return kBadEnvelope;
     return 0;
 }

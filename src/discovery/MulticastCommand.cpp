@@ -2,11 +2,9 @@
 
 #include <cstring>
 
-#include "discovery/WireFormat.h"
 #include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
 
-using namespace discovery_wire;
 
 namespace {
 const char* const kElement = "DeviceInfo";
@@ -70,9 +68,9 @@ bool DeviceInfoDocument::parse(const std::string& text) {
         std::memset(entry.field, 0, entry.size);
         std::memcpy(entry.field, value, length);
     }
-    if (const char* value = m_pCurrent->Attribute("DeviceType")) m_nDeviceType = toInt(value);
+    if (const char* value = m_pCurrent->Attribute("DeviceType")) m_nDeviceType = discovery_xml::toInt(value);
     if (const char* value = m_pCurrent->Attribute("ControlPort")) {
-        m_nControlPort = static_cast<uint16_t>(toInt(value));
+        m_nControlPort = static_cast<uint16_t>(discovery_xml::toInt(value));
     }
     return true;
 }

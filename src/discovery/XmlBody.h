@@ -1,5 +1,8 @@
 #pragma once
 
+#include <climits>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include <tinyxml.h>
@@ -32,6 +35,25 @@ inline TiXmlElement* parseDocument(TiXmlDocument& document, const std::string& t
     document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
     if (document.Error()) return nullptr;
     return document.FirstChildElement(rootName);
+}
+
+// Decimal conversion with atoi's leniency (unconvertible text gives 0) but
+// without its undefined overflow: out-of-range values saturate.
+inline int toInt(const char* text) {
+    if (text == nullptr) return 0;
+    const long long value = std::strtoll(text, nullptr, 10);
+    if (value > INT_MAX) return INT_MAX;
+    if (value < INT_MIN) return INT_MIN;
+    return static_cast<int>(value);
+}
+
+// Copies `text` into a fixed character array, cut to its width so that the
+// terminator always fits.
+template <size_t N>
+inline void copyCut(char (&field)[N], const char* text) {
+    std::memset(field, 0, N);
+    if (text == nullptr) return;
+    std::memcpy(field, text, strnlen(text, N - 1));
 }
 
 }  // namespace discovery_xml

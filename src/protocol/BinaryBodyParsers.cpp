@@ -7,15 +7,15 @@
 #include "domain/records/DataBuffer.h"
 #include "domain/records/EtCOMWriteData.h"
 #include "domain/records/EtFileDataPack.h"
-#include "protocol/ByteAccess.h"
+#include "transport/WireBytes.h"
 #include "protocol/MakeSafe.h"
 #include "domain/records/EtPTZOperation.h"
 #include "domain/records/EtResult.h"
 
-using protocol_bytes::appendBytes;
-using protocol_bytes::appendU32;
-using protocol_bytes::appendU8;
-using protocol_bytes::Reader;
+using wire::appendBytes;
+using wire::appendU32;
+using wire::appendU8;
+using wire::Reader;
 
 namespace {
 
@@ -23,7 +23,7 @@ const int kCOMWriteDataId = 1067;
 
 // The bytes a body parser reads: from the cursor, bounded by the buffer.
 Reader bodyReader(const CommandBuffer& in) {
-    return Reader(in.getCursor(), protocol_bytes::readableLength(in));
+    return Reader::of(in);
 }
 
 // Allocates `out` for exactly `size` bytes; false for sizes an int cannot hold.

@@ -1,9 +1,9 @@
 #include "protocol/SDKCommandHeadParser.h"
 
-#include "protocol/ByteAccess.h"
+#include "transport/WireBytes.h"
 #include "protocol/MakeSafe.h"
 
-using namespace protocol_bytes;
+using namespace wire;
 
 CommandHeadInfo::~CommandHeadInfo() = default;
 SDKCommandHeadInfo::~SDKCommandHeadInfo() = default;

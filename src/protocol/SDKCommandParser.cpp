@@ -7,7 +7,7 @@
 
 #include "Product/Technic/OLTrace.h"
 #include "protocol/BinaryBodyParsers.h"
-#include "protocol/ByteAccess.h"
+#include "transport/WireBytes.h"
 #include "protocol/CommandParam.h"
 #include "protocol/MakeSafe.h"
 #include "protocol/SDKCommandHeadParser.h"
@@ -95,7 +95,7 @@ bool SDKCommandParser::createCommand(const SafePointer<CommandParam>& param, Com
 
 bool SDKCommandParser::parseCommand(const CommandBuffer& in, SafePointer<CommandParam>& param) {
     const unsigned char* data = in.getCursor();
-    const unsigned length = protocol_bytes::readableLength(in);
+    const unsigned length = wire::readableLength(in);
     SDKCommandHeadInfo head;
     if (!SDKCommandHeadParser::readHead(data, length, head)) {
         return false;
@@ -112,7 +112,7 @@ bool SDKCommandParser::parseCommand(const CommandBuffer& in, SafePointer<Command
     if (!body.alloc(static_cast<int>(head.nPayloadLength) + 1)) {
         return false;
     }
-    if (!protocol_bytes::appendBytes(body, data + SDKCommandHeadParser::kHeadLength, head.nPayloadLength)) {
+    if (!wire::appendBytes(body, data + SDKCommandHeadParser::kHeadLength, head.nPayloadLength)) {
         return false;
     }
     OLTrace(3, kFile, "recv:nCommandID =%d\n %s\n", head.nCommandID,

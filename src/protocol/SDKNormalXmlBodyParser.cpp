@@ -7,7 +7,7 @@
 #include "domain/DomainFactory.h"
 #include "domain/xml/DomainXmlNode.h"
 #include "domain/xml/IDomainXml.h"
-#include "protocol/ByteAccess.h"
+#include "transport/WireBytes.h"
 #include "protocol/MakeSafe.h"
 
 namespace {
@@ -149,7 +149,7 @@ bool SDKNormalXmlBodyParser::createCommandBody(const DomainList& domains, Comman
         return false;
     }
     if (!body.append(kDeclaration, kDeclarationLength) ||
-        !protocol_bytes::appendBytes(body, text.data(), text.size())) {
+        !wire::appendBytes(body, text.data(), text.size())) {
         return false;
     }
     out = std::move(body);
@@ -160,7 +160,7 @@ bool SDKNormalXmlBodyParser::parseCommandBody(const CommandBuffer& in, DomainLis
     // The body as a zero-terminated text: it ends at its first zero byte, and
     // never reaches past the bytes of the buffer.
     const char* bytes = reinterpret_cast<const char*>(in.getCursor());
-    const unsigned length = protocol_bytes::readableLength(in);
+    const unsigned length = wire::readableLength(in);
     if (bytes == nullptr) {
         return false;
     }

@@ -1,9 +1,9 @@
 // Socket layer over loopback (127.0.0.1 / ::1 only, ephemeral ports).
 #include "transport/Socket.h"
+#include "transport/WakeUp.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -38,11 +38,6 @@ unsigned short portOf(Socket& s) {
     return local.getPORT();
 }
 
-long long msSince(std::chrono::steady_clock::time_point t0) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t0)
-        .count();
-}
-
 TEST(Socket, DatagramRoundTripReportsTheSource) {
     auto rx = boundUdp();
     auto tx = boundUdp();
@@ -73,9 +68,7 @@ TEST(Socket, DatagramRoundTripReportsTheSource) {
 TEST(Socket, TimeOutsPollBlockAndLeaveTheSourceAlone) {
     auto rx = boundUdp();
     auto tx = boundUdp();
-    auto t0 = std::chrono::steady_clock::now();
     EXPECT_EQ(-2, rx->waitReadable(0));
-    EXPECT_LT(msSince(t0), 500);
 
     InetAddr from = addr("untouched", 7, 2);
     char buf[8];
@@ -92,6 +85,20 @@ TEST(Socket, TimeOutsPollBlockAndLeaveTheSourceAlone) {
     EXPECT_EQ(0, rx->waitReadable(-1));
     late.join();
     EXPECT_EQ(0, tx->waitWritable(0));
+    ASSERT_EQ(1, rx->recvFromTimed(buf, sizeof(buf), &from, 0));
+
+    // A raised wake-up ends even an unlimited wait, as a time-out; a closed
+    // socket fails at once.
+    WakeUp wake;
+    rx->setWakeUp(&wake);
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        wake.raise();
+    });
+    EXPECT_EQ(-2, rx->recvFromTimed(buf, sizeof(buf), &from, -1));
+    stopper.join();
+    rx->close();
+    EXPECT_EQ(-1, rx->waitReadable(-1));
 }
 
 TEST(Socket, DatagramSizesAndRefusedSends) {
@@ -143,19 +150,6 @@ TEST(Socket, BindForms) {
     EXPECT_TRUE(bad.bind(addr("127.0.0.1", 0)));
 }
 
-TEST(Socket, UnknownVersionIsIPv4ButJoinsNothing) {
-    Socket s(3, 2);
-    ASSERT_TRUE(s.open());
-    EXPECT_EQ(3, s.getIPVersion());
-    EXPECT_TRUE(s.bind("127.0.0.1", 0));
-    EXPECT_TRUE(s.joinMulticast(addr("234.5.6.7", 30003)));
-    EXPECT_FALSE(s.isAdapterBound());
-    InetAddr local;
-    ASSERT_TRUE(s.getLocalAddr(local));
-    EXPECT_EQ("127.0.0.1", local.getIP());
-    EXPECT_EQ(3, local.getIPProtoVer());
-}
-
 TEST(Socket, StreamLatchesUntilReopened) {
     Socket s(1, 1);
     ASSERT_TRUE(s.open());
@@ -176,17 +170,6 @@ TEST(Socket, StreamLatchesUntilReopened) {
     EXPECT_EQ(0, s.getLastError());
     EXPECT_TRUE(s.setReuseAddr(true));
     EXPECT_NE(-1, s.getCachedSendBufferSize());
-}
-
-TEST(Socket, AddressInUseNeverLatches) {
-    Socket a(1, 1), b(1, 1);
-    ASSERT_TRUE(a.open());
-    ASSERT_TRUE(b.open());
-    ASSERT_TRUE(a.bind("127.0.0.1", 0));
-    ASSERT_TRUE(a.listen(1));
-    EXPECT_FALSE(b.bind("127.0.0.1", portOf(a)));
-    EXPECT_EQ(0, b.getLastError());
-    EXPECT_TRUE(b.setReuseAddr(false));
 }
 
 struct TcpPair {
@@ -231,34 +214,6 @@ TEST(Socket, StreamConnectAcceptAndTransfer) {
     EXPECT_EQ(-1, p.server->recvTimed(&c, 1, 1000, false));
 }
 
-TEST(Socket, AcceptIntoFillsTheGivenObject) {
-    Socket listener(1, 1);
-    ASSERT_TRUE(listener.open());
-    ASSERT_TRUE(listener.bind("127.0.0.1", 0));
-    ASSERT_TRUE(listener.listen(1));
-    Socket client(1, 1);
-    ASSERT_TRUE(client.open());
-    ASSERT_TRUE(client.connect("127.0.0.1", portOf(listener)));
-    Socket into(1, 1);
-    ASSERT_EQ(0, listener.acceptInto(&into, 1000));
-    EXPECT_NE(kInvalidSocket, into.getHandle());
-    EXPECT_EQ(portOf(client), into.getAddr()->getPORT());
-    EXPECT_EQ(2, into.send("hi", 2));
-    char buf[2];
-    EXPECT_EQ(2, client.recvTimed(buf, 2, 1000, false));
-}
-
-TEST(Socket, ConnectToAClosedPortFails) {
-    Socket probe(1, 1);
-    ASSERT_TRUE(probe.open());
-    ASSERT_TRUE(probe.bind("127.0.0.1", 0));
-    const unsigned short freePort = portOf(probe);
-    probe.close();  // nothing listens there now
-    Socket s(1, 1);
-    ASSERT_TRUE(s.open());
-    EXPECT_FALSE(s.connectTimed("127.0.0.1", freePort, 1000));
-}
-
 TEST(Socket, SendBlockGivesUpAfterFourWaits) {
     TcpPair p;
     ASSERT_NO_FATAL_FAILURE(p.connect());
@@ -273,9 +228,7 @@ TEST(Socket, SendBlockGivesUpAfterFourWaits) {
         filled += n;
     }
     ASSERT_GT(filled, 0);
-    auto t0 = std::chrono::steady_clock::now();
     EXPECT_EQ(-3, p.client.sendBlock(chunk.data(), chunk.size(), true));
-    EXPECT_LT(msSince(t0), 1000);
 
     char c;
     std::unique_ptr<ISocket>& server = p.server;
@@ -296,17 +249,6 @@ TEST(Socket, RecvRawResults) {
     p.client.close();
     ASSERT_EQ(0, p.server->waitReadable(1000));
     EXPECT_EQ(-1, p.server->recvRaw(buf, sizeof(buf)));
-}
-
-TEST(Socket, SetHandleKeepsTheOldOneOpen) {
-    Socket s(1, 2);
-    ASSERT_TRUE(s.open());
-    const int old = s.getHandle();
-    const int other = ::socket(AF_INET, SOCK_DGRAM, 0);
-    s.setHandle(other);
-    EXPECT_EQ(other, s.getHandle());
-    EXPECT_NE(-1, fcntl(old, F_GETFD));
-    ::close(old);
 }
 
 TEST(Socket, ReceiveBufferOfAMegabyte) {

@@ -9,7 +9,8 @@
 #include "discovery/CommandHead.h"
 #include "discovery/DeviceBaseInfoCommand.h"
 #include "discovery/MulticastCommand.h"
-#include "discovery/WireFormat.h"
+#include "discovery/XmlBody.h"
+#include "transport/WireBytes.h"
 #include "domain/records/DeviceBaseInfo.h"
 #include "domain/records/Version.h"
 #include "protocol/CommandParam.h"
@@ -80,7 +81,7 @@ void appendEnvelope(Bytes& out, uint32_t payloadLength, uint8_t marker) {
     // Marker, then the constructor defaults of the receiving side's envelope
     // (byte A 1, words A and B 1, the rest 0), then the payload length.
     unsigned char envelope[24] = {marker, 1, 0, 0, 0, 1, 0, 0, 0, 1};
-    discovery_wire::writeBig32(envelope + 20, payloadLength);
+    wire::storeU32(envelope + 20, payloadLength);
     out.insert(out.end(), envelope, envelope + sizeof(envelope));
 }
 
@@ -115,7 +116,7 @@ bool buildAnnouncement(const SimDeviceConfig& config, const DeviceSummaryInfo& s
         result = command.encode(payload);
     } else {
         DeviceInfoFields fields;
-        using discovery_wire::copyCut;
+        using discovery_xml::copyCut;
         copyCut(fields.m_szDeviceId, summary.getDeviceId().c_str());
         fields.m_nDeviceType = summary.getDeviceType();
         copyCut(fields.m_szManufacturerName, summary.getManufacturerName().c_str());
@@ -142,10 +143,10 @@ bool buildAnnouncement(const SimDeviceConfig& config, const DeviceSummaryInfo& s
 
 Bytes announcementCommand(int32_t commandId, int32_t bodyLength, const Bytes& body) {
     Bytes out(CommandHead::kSize + body.size(), 0);
-    discovery_wire::writeBig32(out.data(), static_cast<uint32_t>(commandId));
+    wire::storeU32(out.data(), static_cast<uint32_t>(commandId));
     out[4] = 1;   // lead byte
     out[69] = 1;  // trail byte
-    discovery_wire::writeBig32(out.data() + 72, static_cast<uint32_t>(bodyLength));
+    wire::storeU32(out.data() + 72, static_cast<uint32_t>(bodyLength));
     std::copy(body.begin(), body.end(), out.begin() + CommandHead::kSize);
     return out;
 }
@@ -157,8 +158,8 @@ Bytes sdkHead(uint32_t commandId, uint16_t sequence, uint32_t payloadLength) {
     head[3] = 1;  // version
     head[4] = static_cast<uint8_t>(sequence >> 8);
     head[5] = static_cast<uint8_t>(sequence);
-    discovery_wire::writeBig32(head.data() + 8, commandId);
-    discovery_wire::writeBig32(head.data() + 16, payloadLength);
+    wire::storeU32(head.data() + 8, commandId);
+    wire::storeU32(head.data() + 16, payloadLength);
     uint8_t check = 0;
     for (int i = 0; i < 22; ++i) check ^= head[i];
     head[22] = check;
@@ -168,8 +169,8 @@ Bytes sdkHead(uint32_t commandId, uint16_t sequence, uint32_t payloadLength) {
 
 bool readSdkHead(const Bytes& datagram, uint32_t& commandId, uint16_t& sequence) {
     if (datagram.size() < 24) return false;
-    sequence = discovery_wire::readBig16(datagram.data() + 4);
-    commandId = discovery_wire::readBig32(datagram.data() + 8);
+    sequence = wire::loadU16(datagram.data() + 4);
+    commandId = wire::loadU32(datagram.data() + 8);
     return true;
 }
 
