@@ -130,7 +130,7 @@ int runDecode(const std::vector<std::string>& args, ToolStreams& io) {
     std::string reason;
     if (!parseDatagram(bytes, param, reason)) {
         std::fprintf(io.err, "devsearch decode: %s: %s\n", inputName(path).c_str(), reason.c_str());
-        return kExitNoParse;
+        return kExitRefused;
     }
     const auto& command = dynamic_cast<const SDKCommandParam&>(*param);
     const SDKCommandHeadInfo& head = command.m_objHead;

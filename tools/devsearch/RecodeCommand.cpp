@@ -38,7 +38,7 @@ int runRecode(const std::vector<std::string>& args, ToolStreams& io) {
     std::string reason;
     if (!parseDatagram(bytes, param, reason)) {
         std::fprintf(io.err, "devsearch recode: %s: %s\n", inputName(path).c_str(), reason.c_str());
-        return kExitNoParse;
+        return kExitRefused;
     }
     CommandBuffer out;
     SDKCommandParser parser;

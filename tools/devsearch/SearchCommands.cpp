@@ -28,9 +28,6 @@
 
 namespace {
 
-// Bad arguments of search and range: one line on stderr, nothing sent.
-constexpr int kExitBadArguments = 2;
-
 // A longer range runs for hours; refuse it rather than block a shell.
 constexpr uint64_t kMaxRangeAddresses = 65536;
 
@@ -67,7 +64,7 @@ const char* const kRangeUsage =
 
 int badArguments(ToolStreams& io, const char* sub, const std::string& what) {
     std::fprintf(io.err, "devsearch %s: %s\n", sub, what.c_str());
-    return kExitBadArguments;
+    return kExitRefused;
 }
 
 bool parseIPv4(const std::string& text, uint32_t& host) {
@@ -149,7 +146,7 @@ int runSearch(const std::vector<std::string>& args, ToolStreams& io) {
         const std::string& a = args[i];
         if (a == "--help" || a == "-h") {
             std::fputs(kSearchUsage, io.out);
-            return 0;
+            return kExitOk;
         } else if (a == "--interface") {
             if (i + 1 >= args.size()) return badArguments(io, "search", "--interface needs an adapter name");
             interface = args[++i];
@@ -207,7 +204,7 @@ int runSearch(const std::vector<std::string>& args, ToolStreams& io) {
                  "devsearch search: %zu found (%zu records) in %.1f s%s; the last new device after %.3f s\n",
                  collector.devices(), collector.records(), searched,
                  named ? (" on " + interface).c_str() : " on all adapters", collector.lastAt());
-    return 0;
+    return kExitOk;
 }
 
 int runRange(const std::vector<std::string>& args, ToolStreams& io) {
@@ -218,7 +215,7 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
         const std::string& a = args[i];
         if (a == "--help" || a == "-h") {
             std::fputs(kRangeUsage, io.out);
-            return 0;
+            return kExitOk;
         } else if (a == "--port") {
             if (i + 1 >= args.size() || !parsePositive(args[i + 1], 65535, port)) {
                 return badArguments(io, "range", "--port needs a port from 1 to 65535");
@@ -336,7 +333,7 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
     const int result = search->startSearch(true);
     if (result != 0) {
         std::fprintf(io.err, "devsearch range: the range search did not start (%d)\n", result);
-        return 1;
+        return kExitUsage;
     }
     app.exec();
     QCoreApplication::processEvents();
@@ -349,7 +346,7 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
         // way to end it is to leave.
         std::fflush(io.out);
         std::fflush(io.err);
-        std::_Exit(130);
+        std::_Exit(kExitInterrupted);
     }
-    return 0;
+    return kExitOk;
 }

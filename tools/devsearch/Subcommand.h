@@ -4,12 +4,18 @@
 #include <string>
 #include <vector>
 
-// Exit statuses shared by all subcommands.
+// The exit statuses of the tool, every subcommand's.
 enum ExitStatus {
     kExitOk = 0,
-    kExitUsage = 1,     // bad arguments or unreadable input
-    kExitNoParse = 2,   // the datagram is not a well-formed SDK command
-    kExitNoEncode = 3,  // the command could not be written again
+    // decode and recode: bad arguments or unreadable input; search and range:
+    // the search could not be started.
+    kExitUsage = 1,
+    // Input refused: a datagram that is no well-formed SDK command (decode,
+    // recode); arguments of search and range that give no usable adapter,
+    // range, port or time (nothing is sent then).
+    kExitRefused = 2,
+    kExitNoEncode = 3,      // the command could not be written again
+    kExitInterrupted = 130  // Ctrl-C during a range search
 };
 
 // Where a subcommand writes. `out` is the original standard output and carries

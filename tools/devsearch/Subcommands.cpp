@@ -5,10 +5,8 @@ const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> table = {
         {"decode", "print the head and the body of one raw SDK datagram", runDecode},
         {"recode", "parse one raw SDK datagram and write it again as the library builds it", runRecode},
-#ifdef DEVSEARCH_TOOL_SEARCH
         {"search", "multicast search on all adapters or one, for some seconds", runSearch},
         {"range", "range search: query every address from FIRST to LAST once", runRange},
-#endif
     };
     return table;
 }
