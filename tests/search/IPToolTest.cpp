@@ -80,19 +80,6 @@ TEST(IPToolCheck, BinaryDigits) {
     EXPECT_EQ(std::string(31, '1'), std::string(out, 31));
 }
 
-TEST(IPToolPlaceholders, SucceedWithoutWriting) {
-    IPTool tool;
-    char buf[8] = "keep";
-    int mask = 42;
-    EXPECT_TRUE(tool.getEthIP(0, buf));
-    EXPECT_TRUE(tool.getAdslIP(0, buf));
-    EXPECT_TRUE(tool.get3GIP(0, buf));
-    EXPECT_TRUE(tool.getMacAddr(buf));
-    EXPECT_TRUE(tool.getIpv6Mask(mask));
-    EXPECT_STREQ("keep", buf);
-    EXPECT_EQ(42, mask);
-}
-
 TEST(IPToolInetAddr, AddressTextIsTakenAsItStands) {
     IPTool tool;
     InetAddr addr;
@@ -175,22 +162,6 @@ TEST(IPToolEnum, NeverKeepsMoreThanThirty) {
         char buf[IPTool::kAddressSize];
         EXPECT_TRUE(tool.getEnumIP(IPTool::kMaxAddresses - 1, buf));
         EXPECT_FALSE(tool.getEnumIP(IPTool::kMaxAddresses, buf));
-    });
-}
-
-TEST(IPToolLocal, FirstAddressOfTheHostName) {
-    std::unique_ptr<testsupport::Netns> ns;
-    DS_LOOPBACK_NETNS_OR_SKIP(ns);
-    ns->run([] {
-        IPTool tool;
-        char out[64] = {0};
-        // The result depends on what the host name resolves to; when it does,
-        // the text is a dotted IPv4 address.
-        if (tool.getLocalIP(99, out)) {
-            int version = 0;
-            EXPECT_TRUE(tool.checkIPAddress(out, version)) << out;
-            EXPECT_EQ(1, version);
-        }
     });
 }
 
