@@ -255,20 +255,15 @@ TEST(BinaryBodies, ThroughTheCommandParser) {
     for (unsigned id : {31026u, 32743u, 32821u, 33028u}) {
         CommandBuffer out;
         ASSERT_TRUE(parser.createCommand(makeCommand(id, {dataBuffer("abc"), result(5)}), out));
-        ASSERT_EQ(24u + 11u, out.getLength());
-        EXPECT_EQ(0x0B, out.getCursor()[19]);
+        EXPECT_EQ(datagram(id, hexBytes("00 00 00 03 00 00 00 05 61 62 63")), bytesOf(out));
         SafePointer<CommandParam> param;
         ASSERT_TRUE(parser.parseCommand(out, param));
-        EtResult code;
-        ASSERT_TRUE(extractDomain(code, sdk(param).m_domains));
-        EXPECT_EQ(5, code.getCode());
+        EXPECT_EQ(2u, sdk(param).m_domains.size());
     }
-    // A binary command whose body is missing its records is not written.
-    CommandBuffer out;
+    CommandBuffer out;  // a binary command whose body is missing its records is not written
     EXPECT_FALSE(parser.createCommand(makeCommand(33026), out));
     EXPECT_EQ(nullptr, out.getBase());
-    // A snapshot head that declares more than the datagram holds.
-    SafePointer<CommandParam> param;
+    SafePointer<CommandParam> param;  // a head that declares more than the datagram holds
     EXPECT_FALSE(parser.parseCommand(
         bufferOf(datagram(31026, hexBytes("00 00 00 03 00 00 00 05 61 62 63"), 12)), param));
 }

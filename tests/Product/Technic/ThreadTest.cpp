@@ -179,44 +179,39 @@ TEST_F(GThreadTest, StartOnARunningThreadChangesNothing) {
     EXPECT_TRUE(thread.stop());
 }
 
+// A setup or teardown that fails by result or by exception: start and stop
+// say false, the exception log gets a line each, and an exception also takes
+// the process's running flag down. setupDone stays set, so stop runs teardown.
 TEST_F(GThreadTest, SetupAndTeardownFailures) {
-    Counter body, setup, teardown;
-    setup.result = 5;
-    teardown.result = 3;
-    GThread thread(body.fn(), "failing", setup.fn(), teardown.fn());
-    EXPECT_FALSE(thread.start());
-    EXPECT_FALSE(thread.isRunning());
-    EXPECT_EQ(body.calls, 0);
-    // setupDone stayed set: stop runs teardown, once.
-    EXPECT_FALSE(thread.stop());
-    EXPECT_TRUE(thread.stop());
-    EXPECT_EQ(teardown.calls, 1);
-    EXPECT_TRUE(isSystemRunning());
+    bool throws = false;
+    auto failing = [&](int result, const char* text) {
+        return function<int>([&throws, result, text]() -> int {
+            if (throws) throw std::runtime_error(text);
+            return result;
+        });
+    };
     const std::string id = std::to_string(OLThread::currentThreadId());
-    EXPECT_EQ(exceptionLog(), (std::vector<std::string>{
-                                  ",[ThreadException] thread(failing," + id + ") setup failed. result= 5",
-                                  ",[ThreadException] thread(failing,0) teardown failed,result=3"}));
-}
-
-TEST_F(GThreadTest, SetupAndTeardownExceptionsTakeTheFlagDown) {
-    bool inSetup = true;
-    auto thrower = [&]() -> int { throw std::runtime_error(inSetup ? "setup broke" : "teardown broke"); };
-    Counter body;
-    GThread thread(body.fn(), "fragile", function<int>(thrower), function<int>(thrower));
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(thread.start());
-    EXPECT_FALSE(isSystemRunning());
-    setSystemRunningFlag(true, "restored by test");
-    inSetup = false;
-    EXPECT_FALSE(thread.stop());
-    EXPECT_FALSE(isSystemRunning());
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(body.calls, 0);
-    const std::string id = std::to_string(OLThread::currentThreadId());
+    for (bool exception : {false, true}) {
+        throws = exception;
+        Counter body;
+        GThread thread(body.fn(), "failing", failing(5, "setup broke"), failing(3, "teardown broke"));
+        testing::internal::CaptureStdout();
+        EXPECT_FALSE(thread.start());
+        EXPECT_EQ(isSystemRunning(), !exception);
+        setSystemRunningFlag(true, "restored by test");
+        EXPECT_FALSE(thread.stop());
+        EXPECT_EQ(isSystemRunning(), !exception);
+        EXPECT_TRUE(thread.stop());  // teardown ran once
+        setSystemRunningFlag(true, "restored by test");
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(body.calls, 0);
+    }
     EXPECT_EQ(exceptionLog(),
               (std::vector<std::string>{
-                  ",[ThreadException] thread(fragile," + id + ") setup exception,massage[setup broke]",
-                  ",[ThreadException] thread(fragile,0) teardown exception,massage[teardown broke]"}));
+                  ",[ThreadException] thread(failing," + id + ") setup failed. result= 5",
+                  ",[ThreadException] thread(failing,0) teardown failed,result=3",
+                  ",[ThreadException] thread(failing," + id + ") setup exception,massage[setup broke]",
+                  ",[ThreadException] thread(failing,0) teardown exception,massage[teardown broke]"}));
 }
 
 TEST_F(GThreadTest, RunExceptionTakesTheProcessDown) {
