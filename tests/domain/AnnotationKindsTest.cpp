@@ -9,7 +9,25 @@
 #include <vector>
 
 #include "CodecCase.h"
-#include "domain/AllRecords.h"
+#include "domain/codecs/AlarmInStatisticXml.h"
+#include "domain/codecs/CLBRParamXml.h"
+#include "domain/codecs/CameraTamperParamXml.h"
+#include "domain/codecs/EtOperatorTypeXml.h"
+#include "domain/codecs/HCNTItemXml.h"
+#include "domain/codecs/HeterlogousOutputParamXml.h"
+#include "domain/codecs/IOAlarmOutActionParamXml.h"
+#include "domain/codecs/InetAddrXml.h"
+#include "domain/codecs/IntelligentEventXml.h"
+#include "domain/codecs/LoiterParamXml.h"
+#include "domain/codecs/MultiTripWireRegionParamXml.h"
+#include "domain/codecs/NetworkPrivilegeInfoXml.h"
+#include "domain/codecs/PIRAlarmEventXml.h"
+#include "domain/codecs/RaidInfoXml.h"
+#include "domain/codecs/SNMPSecurityAbilityXml.h"
+#include "domain/codecs/SearchDeviceInfoExXml.h"
+#include "domain/codecs/SignalBadAbilityXml.h"
+#include "domain/codecs/UpdateSoftwareDeviceInfoXml.h"
+#include "domain/codecs/UserParamEventXml.h"
 
 using namespace codec_case;
 

@@ -5,7 +5,16 @@
 #include <string>
 
 #include "CodecCase.h"
-#include "domain/AllRecords.h"
+#include "domain/codecs/DetectionAreaV2Xml.h"
+#include "domain/codecs/DiskAbilityXml.h"
+#include "domain/codecs/EtPTZOperationXml.h"
+#include "domain/codecs/FisheyeVideoLayoutSupportXml.h"
+#include "domain/codecs/IntelligenceLibInfoXml.h"
+#include "domain/codecs/OLAttributeListXml.h"
+#include "domain/codecs/PTZOperationInfoXml.h"
+#include "domain/codecs/PolygonAreaXml.h"
+#include "domain/codecs/TemperatureAreaAndAlarmParamXml.h"
+#include "domain/codecs/ThermalOperateResultCodeXml.h"
 #include "domain/codecs/IntelligenceAbilityShapes.h"
 
 using namespace codec_case;
