@@ -1,7 +1,6 @@
 #pragma once
 
-// Codec of FisheyeVideoLayoutSupport, written by hand (see the .cpp of its
-// area).
+// Codec of FisheyeVideoLayoutSupport, written by hand (FisheyeVideoLayoutSupportXml.cpp).
 
 #include <vector>
 

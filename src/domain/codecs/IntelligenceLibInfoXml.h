@@ -1,6 +1,6 @@
 #pragma once
 
-// Codec of IntelligenceLibInfo, written by hand (see the .cpp of its area).
+// Codec of IntelligenceLibInfo, written by hand (IntelligenceLibInfoXml.cpp).
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Codec of OLAttributeList, written by hand (identity_OLAttributeList.cpp).
+// Codec of OLAttributeList, written by hand (OLAttributeListXml.cpp).
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Codec of PolygonArea, written by hand (see the .cpp of its area).
+// Codec of PolygonArea, written by hand (PolygonAreaXml.cpp).
 
 #include <vector>
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// Codec of TemperatureAreaAndAlarmParam, written by hand (see the .cpp of its
-// area).
+// Codec of TemperatureAreaAndAlarmParam, written by hand (TemperatureAreaAndAlarmParamXml.cpp).
 
 #include <vector>
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// Codec of ThermalOperateResultCode, written by hand (see the .cpp of its
-// area).
+// Codec of ThermalOperateResultCode, written by hand (ThermalOperateResultCodeXml.cpp).
 
 #include <vector>
 
