@@ -4,8 +4,6 @@ naming rules that every emitter shares."""
 import os
 import re
 
-SCALARS = ("int", "bool", "string", "float", "double")
-
 # Ability shapes: C++ type and AbilityShapeKind of each shape word.
 SHAPE_TYPES = {
     "region": ("AbilityRegion", "Region"),
