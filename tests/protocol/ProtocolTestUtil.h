@@ -60,13 +60,6 @@ inline Bytes hexBytes(const char* hex) {
     return out;
 }
 
-inline void appendBE32(Bytes& out, uint32_t v) {
-    out.push_back(static_cast<unsigned char>(v >> 24));
-    out.push_back(static_cast<unsigned char>(v >> 16));
-    out.push_back(static_cast<unsigned char>(v >> 8));
-    out.push_back(static_cast<unsigned char>(v));
-}
-
 inline SafePointer<CommandParam> makeCommand(unsigned commandId, const DomainList& domains = DomainList()) {
     SDKCommandParam* raw = new SDKCommandParam();
     raw->m_objHead.nCommandID = commandId;

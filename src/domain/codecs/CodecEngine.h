@@ -14,7 +14,7 @@
 #include "domain/DomainContainer.h"
 #include "domain/codecs/CodecItems.h"
 #include "domain/codecs/CodecOf.h"
-#include "domain/codecs/hand/IntelligenceAbilityShapes.h"
+#include "domain/codecs/IntelligenceAbilityShapes.h"
 #include "domain/xml/DomainXmlNode.h"
 #include "domain/xml/IDomainXml.h"
 
@@ -133,15 +133,6 @@ class BuildVisitor {
             writeListBuildLine(m_info, tag);
         }
     }
-    template <class T>
-    DOMAIN_CODEC_STEP void repeated(const char* tag, Presence, std::vector<T>& field, const Item& = Item()) {
-        typename CodecOf<T>::type codec;
-        for (const T& record : field) {
-            NodePtr itemNode(new DomainXmlNode(tag));
-            codec.createDomainXmlNode(record, itemNode);
-            m_node->addConfigNode(itemNode);
-        }
-    }
     template <class S>
     DOMAIN_CODEC_STEP void scalarList(const char* tag, const char* itemTag, Presence, Presence,
                                       std::vector<S>& field, const Item& = Item()) {
@@ -169,18 +160,6 @@ class BuildVisitor {
             S::visitFields(sub, entry);
             m_node->addConfigNode(itemNode);
         }
-    }
-    template <class S>
-    DOMAIN_CODEC_STEP void inlineList(const char* tag, const char* itemTag, Presence, std::vector<S>& field,
-                                      const Item& = Item()) {
-        NodePtr listNode(new DomainXmlNode(tag));
-        for (S& entry : field) {
-            NodePtr itemNode(new DomainXmlNode(itemTag));
-            BuildVisitor sub(m_info, itemNode);
-            S::visitFields(sub, entry);
-            listNode->addConfigNode(itemNode);
-        }
-        m_node->addConfigNode(listNode);
     }
     template <class Shape>
     DOMAIN_CODEC_STEP void shape(const char* tag, AbilityShapeKind, Shape& field, const Item& = Item()) {
@@ -288,22 +267,6 @@ class ParseVisitor {
             return codec.parseDomainXmlNode(listNode, local);
         });
     }
-    template <class T>
-    DOMAIN_CODEC_STEP void repeated(const char* tag, Presence presence, std::vector<T>& field,
-                                    const Item& item = Item()) {
-        if (m_bFailed) return;
-        DomainXmlNode::NodeVector nodes;
-        bool found = !m_node.isNull() && m_node->getConfigNodes(tag, nodes);
-        nested(tag, presence, item, found, field, [&](std::vector<T>& local) {
-            typename CodecOf<T>::type codec;
-            for (NodePtr& itemNode : nodes) {
-                T record;
-                if (!codec.parseDomainXmlNode(itemNode, record)) return false;
-                local.push_back(record);
-            }
-            return true;
-        });
-    }
     template <class S>
     DOMAIN_CODEC_STEP void scalarList(const char* tag, const char* itemTag, Presence presence,
                                       Presence itemPresence, std::vector<S>& field,
@@ -356,18 +319,6 @@ class ParseVisitor {
         bool found = !m_node.isNull() && m_node->getConfigNodes(tag, nodes);
         nested(tag, presence, item, found, field,
                [&](std::vector<S>& local) { return parseStructs(nodes, local); });
-    }
-    template <class S>
-    DOMAIN_CODEC_STEP void inlineList(const char* tag, const char*, Presence presence, std::vector<S>& field,
-                                      const Item& item = Item()) {
-        if (m_bFailed) return;
-        NodePtr listNode;
-        bool found = lookup(tag, listNode);
-        nested(tag, presence, item, found, field, [&](std::vector<S>& local) {
-            DomainXmlNode::NodeVector nodes;
-            listNode->getAllConfigNodes(nodes);
-            return parseStructs(nodes, local);
-        });
     }
     template <class Shape>
     DOMAIN_CODEC_STEP void shape(const char* tag, AbilityShapeKind kind, Shape& field, const Item& = Item()) {

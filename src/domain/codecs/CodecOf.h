@@ -1,7 +1,7 @@
 #pragma once
 
-// CodecOf<Record>::type is the codec class of a record. Every codec header
-// (generated or the forward to a hand-written one) specialises it, so the
-// codec engine can reach the codec of a nested record from its type.
+// CodecOf<Record>::type is the codec class of a record. Every codec header,
+// generated or written by hand, specialises it, so the codec engine can reach
+// the codec of a nested record from its type.
 template <class Record>
 struct CodecOf;

@@ -32,6 +32,9 @@ class TempDir {
         out << in.rdbuf();
         return out.str();
     }
+    static void write(const std::string& path, const std::string& text) {
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+    }
     static bool exists(const std::string& path) {
         struct stat info;
         return ::stat(path.c_str(), &info) == 0;

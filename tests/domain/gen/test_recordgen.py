@@ -1,4 +1,5 @@
-"""Tests of the record generator: notation parsing, item kinds, errors, output."""
+"""The record generator: each item kind read and emitted, and every mistake in
+the schema reported with its file and line."""
 
 import os
 import sys
@@ -7,179 +8,133 @@ import unittest
 
 sys.path.insert(0, os.environ.get("RECORDGEN_DIR", os.path.join(os.path.dirname(__file__), "..", "..", "..",
                                                                 "src", "domain", "gen")))
-import recordgen  # noqa: E402
-
-SCHEMA = os.environ.get("RECORDGEN_SCHEMA", os.path.join(os.path.dirname(__file__), "..", "..", "..", "src",
-                                                          "domain", "schema"))
+from recordgen import checks, fields, generate, model, notation, records  # noqa: E402
 
 
-def read(path):
-    with open(path, encoding="utf-8") as f:
-        return f.read()
-
-
-def parse(text, path="t.rec"):
-    return recordgen.parse_rec_file(path, text)
-
-
-def one_item(text):
-    entries = parse("R (1):\n    " + text + "\n")
-    return entries[0].items[0]
+def catalogue(text, path="t.rec"):
+    cat = model.Catalogue()
+    cat.entries = notation.parse_rec_file(path, "T (2):\n    Z int\nU (3): no attributes\n" + text)
+    return checks.check(cat)
 
 
 class ItemKinds(unittest.TestCase):
-    def test_attributes(self):
-        it = one_item("Port int (16-bit) = 161")
-        self.assertEqual(("attr", "Port", "int", 16, "161", "Reset"),
-                         (it.kind, it.tag, it.scalar, it.width, it.default, it.presence))
-        it = one_item("Time int! (64-bit)")
-        self.assertEqual((64, "Mandatory"), (it.width, it.presence))
-        it = one_item("Name string? (at most 32 characters)")
-        self.assertEqual((32, "Optional"), (it.fixed, it.presence))
-        self.assertTrue(one_item("D int? (read as float)").read_as_float)
-        self.assertTrue(one_item("X float (as int)").float_as_int)
-        self.assertEqual("Logged", one_item("C int~ = 1").presence)
-        self.assertEqual('"eth0"', one_item('N string = "eth0"').default)
-        self.assertEqual("0.95f", one_item("E float? = 0.95").default)
+    def test_each_kind_reads_and_emits_its_step(self):
+        cases = [
+            ("Port int (16-bit) = 161", "unsigned short m_nPort;", 'v.attr("Port", P::Reset, r.m_nPort);'),
+            ("S int (8-bit)", "unsigned char m_nS;", 'v.attr("S", P::Reset, r.m_nS);'),
+            ("Time int! (64-bit)", "int64_t m_nTime;", 'v.attr("Time", P::Mandatory, r.m_nTime);'),
+            ("N string? (at most 32 characters)", "char m_szN[32 + 1];", 'v.text("N", P::Optional, r.m_szN, 32);'),
+            ("D int (read as float)", "int m_nD;", 'v.intReadAsFloat("D", P::Reset, r.m_nD);'),
+            ("X float~ (as int)", "float m_fX;", 'v.floatAsInt("X", P::Logged, r.m_fX);'),
+            ("E double = 2", "double m_dE;", 'v.attr("E", P::Reset, r.m_dE);'),
+            ("A? child T", "T m_objA;", 'v.child("A", P::Optional, r.m_objA);'),
+            ("L~ list of T", "std::vector<T> m_vecL;",
+             'v.list("L", P::Logged, r.m_vecL, Item().node("NODE_L"));'),
+            ("M! list of Major int!", "std::vector<int> m_vecM;",
+             'v.scalarList("M", "Major", P::Mandatory, P::Mandatory, r.m_vecM);'),
+            ("P! repeated child { X float }", "std::vector<PItem> m_vecP;",
+             'v.repeatedInline("P", P::Mandatory, r.m_vecP);'),
+            ("R region", "AbilityRegion m_objR;", 'v.shape("R", AbilityShapeKind::Region, r.m_objR);'),
+            ("U unit flag", "AbilityFlag m_objU;", 'v.shape("U", AbilityShapeKind::UnitFlag, r.m_objU);'),
+        ]
+        for text, decl, step in cases:
+            e = catalogue("R (1):\n    " + text + "\n").entries[2]
+            it = e.items[0]
+            self.assertEqual(decl, records.decl(it), text)
+            self.assertEqual(step, fields.visit_line(e, it, ""), text)
+        e = catalogue("R (1):\n    C! child { V int; Z bool }\n").entries[2]
+        self.assertEqual('v.inlineChild("C", P::Mandatory, [&](auto& v) {\n    v.attr("V", P::Reset, r.m_nV);\n'
+                         '    v.attr("Z", P::Reset, r.m_bZ);\n});', fields.visit_line(e, e.items[0], ""))
+        self.assertEqual("opaque", catalogue("R (1):\n    A child (no content)\n    @record hand\n")
+                         .entries[2].items[0].kind)
 
-    def test_children_and_lists(self):
-        it = one_item("Addr? child InetAddr")
-        self.assertEqual(("child", "InetAddr", "Optional"), (it.kind, it.type, it.presence))
-        it = one_item("Items! list of Thing")
-        self.assertEqual(("list", "Thing", "Mandatory"), (it.kind, it.type, it.presence))
-        it = one_item("Ids? list of Id int")
-        self.assertEqual(("scalar_list", "Id", "int", "Optional", "Reset"),
-                         (it.kind, it.item_tag, it.scalar, it.presence, it.item_presence))
-        self.assertEqual("Mandatory", one_item("M! list of Major int!").item_presence)
-        it = one_item("Pos! child { X float; Y float }")
-        self.assertEqual(("inline", 2), (it.kind, len(it.items)))
-        it = one_item("P! repeated child { X float; Y float }")
-        self.assertEqual("repeated_inline", it.kind)
-        self.assertEqual("repeated", one_item("R repeated child Thing").kind)
-        it = one_item("L list of Item { A int; B string }")
-        self.assertEqual(("inline_list", "Item"), (it.kind, it.item_tag))
-        self.assertEqual("opaque", one_item("A child (no content)").kind)
-
-    def test_shapes(self):
-        for text, shape in (("R region", "region"), ("F flag", "flag"), ("U unit flag", "unit flag"),
-                            ("G range", "range"), ("P plain range", "plain range"),
-                            ("A float range", "float range")):
-            it = one_item(text)
-            self.assertEqual(("shape", shape), (it.kind, it.shape))
-
-    def test_nested_inline_child(self):
-        it = one_item("LIB~ repeated child { ID int~; Res? child { W int~; H int~ }; C? child { N int~ } }")
-        self.assertEqual(["ID", "Res", "C"], [i.tag for i in it.items])
-        self.assertEqual(["W", "H"], [i.tag for i in it.items[1].items])
-
-
-class Entries(unittest.TestCase):
-    def test_heads_and_annotations(self):
-        entries = parse(
-            "# area\n"
-            "A (5, base B) nested only:\n"
-            "    X int;\n"
-            "    Y string\n"
-            "    @item Other\n"
-            "    @short\n"
-            '    @line X "text %d\\n"\n'
-            "    @node Y NODE_Y\n"
-            "    @strict Y\n"
-            "    @trace children=1\n"
-            "    @parse Y; X; X\n"
-            "    @absent X 1\n"
-            "    @codec hand\n"
-            "B (6): no attributes\n"
-            "C (no identifier):\n"
-            "    no attributes\n"
-            "    @abstract\n")
-        a, b, c = entries
-        self.assertEqual((5, "B", True), (a.id, a.base, a.nested_only))
-        self.assertEqual(["X", "Y"], [i.tag for i in a.items])
-        self.assertEqual("Other", a.item_name)
-        self.assertTrue(a.short and a.trace and a.codec_hand)
-        self.assertEqual(1, a.trace_children)
-        self.assertEqual("text %d\\n", a.lines["X"])
-        self.assertEqual(["Y", "X", "X"], a.parse_order)
-        self.assertEqual({"Y"}, a.strict)
-        self.assertEqual([], b.items)
-        self.assertTrue(c.nested_only and c.abstract and c.id is None)
-
-    def test_items_split_on_semicolons_and_lines(self):
-        entries = parse("R (1):\n    A int; B int\n    C child { D int;\n E int }\n")
-        self.assertEqual(["A", "B", "C"], [i.tag for i in entries[0].items])
+    def test_annotations_reach_the_steps(self):
+        e = catalogue("R (1, base T):\n    A int~; B? list of T; C! child U; Base! child T\n"
+                      '    @line A "own %d\\n"\n    @node B NODE_X\n    @strict C\n    @absent A 7\n'
+                      "    @parse Base; C; B; A\n").entries[2]
+        steps = [fields.visit_line(e, it, "") for it in e.items]
+        self.assertEqual(['v.attrOr("A", P::Logged, r.m_nA, static_cast<int>(7), Item().line("own %d\\n", 5));',
+                          'v.list("B", P::Optional, r.m_vecB, Item().node("NODE_X"));',
+                          'v.child("C", P::Mandatory, r.m_objC, Item().strict());',
+                          'v.baseChild("Base", P::Mandatory, static_cast<T&>(r));'], steps)
+        self.assertIn("visitParseFields", fields.emit_fields_header(e))
 
 
 class Errors(unittest.TestCase):
-    def assertError(self, text, line, fragment):
-        with self.assertRaises(recordgen.SchemaError) as ctx:
-            parse(text, "bad.rec")
-        self.assertEqual(line, ctx.exception.line)
-        self.assertIn("bad.rec:%d:" % line, str(ctx.exception))
+    def assertError(self, where, fragment, fn):
+        with self.assertRaises(model.SchemaError) as ctx:
+            fn()
+        self.assertTrue(str(ctx.exception).startswith(where + ": "), str(ctx.exception))
         self.assertIn(fragment, str(ctx.exception))
 
-    def test_malformed_entries(self):
-        self.assertError("R 1:\n    A int\n", 1, "entry head")
-        self.assertError("R (1):\n    A int;\n    B integer\n", 3, "cannot read item")
-        self.assertError("R (1):\n    A int\n    @bogus\n", 3, "unknown annotation")
-        self.assertError("R (1):\n    A bool (16-bit)\n", 2, "width")
-        self.assertError("R (1):\n    A int = x\n", 2, "bad int default")
-        self.assertError("R (1):\n    A child { B int\n", 2, "unbalanced")
-        self.assertError("    A int\n", 1, "outside an entry")
-        self.assertError("R (1):\n    A int\n    @short\n    B int\n", 4, "after the annotations")
+    def test_notation(self):
+        cases = [
+            ("R 1:\n    A int\n", 1, "entry head"),
+            ("R (1):\n    A int;\n    B integer\n", 3, "cannot read item"),
+            ("R (1):\n    A int\n    @bogus\n", 3, "unknown annotation"),
+            ("R (1):\n    A bool (16-bit)\n", 2, "applies to int only"),
+            ("R (1):\n    A int = x\n", 2, "bad int default"),
+            ("R (1):\n    A child { B int\n", 2, "unbalanced"),
+            ("    A int\n", 1, "outside an entry"),
+            ("R (1):\n    A int\n    @short\n    B int\n", 4, "after the annotations"),
+        ]
+        for text, line, fragment in cases:
+            self.assertError("bad.rec:%d" % line, fragment, lambda: notation.parse_rec_file("bad.rec", text))
 
-    def test_catalogue_checks(self):
-        cat = recordgen.Catalogue()
-        cat.entries = parse("R (1):\n    A int\nS (1):\n    B int\n", "dup.rec")
-        with self.assertRaises(recordgen.SchemaError) as ctx:
-            recordgen.check(cat)
-        self.assertIn("identifier 1", str(ctx.exception))
-        cat = recordgen.Catalogue()
-        cat.entries = parse("R (1):\n    A int\n    @line Z \"x\"\n", "ann.rec")
-        with self.assertRaises(recordgen.SchemaError):
-            recordgen.check(cat)
+    def test_schema_checks(self):
+        cases = [
+            ("R (1):\n    A? child Missing\n", "s.rec:7", "no schema defines"),
+            ("R (1):\n    A child (no content)\n", "s.rec:7", "needs @record hand"),
+            ("R (2):\n    A int\n", "s.rec:6", "identifier 2 is already used"),
+            ("R (1):\n    A int\n    @line Z \"x\"\n", "s.rec:8", "names Z"),
+            ("R (1):\n    A int; B int\n    @parse B\n", "s.rec:8", "leaves out A"),
+        ]
+        for text, where, fragment in cases:
+            self.assertError(where, fragment, lambda: catalogue("R0 (9):\n    no attributes\n" + text, "s.rec"))
 
-    def test_unknown_types_are_left_out_with_a_note(self):
-        cat = recordgen.Catalogue()
-        cat.entries = parse("R (1):\n    A int;\n    B? child Missing;\n    C list of Missing\n", "u.rec")
-        recordgen.check(cat)
-        self.assertEqual(["A"], [i.tag for i in cat.entries[0].items])
-        self.assertEqual(2, len(cat.notes))
-        self.assertIn("u.rec:3:", cat.notes[0])
+    def test_rows_and_hand_files(self):
+        with tempfile.TemporaryDirectory() as root:
+            schema, hand = os.path.join(root, "schema"), os.path.join(root, "hand")
+            for sub in ("schema", "hand/records", "hand/codecs"):
+                os.makedirs(os.path.join(root, sub))
 
+            def load(rec, names, hand_files=()):
+                for name, text in (("a.rec", rec), ("names.tbl", names)):
+                    with open(os.path.join(schema, name), "w") as f:
+                        f.write(text)
+                for sub in ("records", "codecs"):
+                    for f in os.listdir(os.path.join(hand, sub)):
+                        os.remove(os.path.join(hand, sub, f))
+                for f in hand_files:
+                    open(os.path.join(hand, f), "w").close()
+                return checks.load(schema, hand)
 
-class Naming(unittest.TestCase):
-    def test_node_names(self):
-        self.assertEqual("ALARM_OUT_ACTION_LIST", recordgen.node_name("AlarmOutActionList"))
-        self.assertEqual("PTZ_ACTION_PARAM_LIST", recordgen.node_name("PTZActionParamList"))
-        self.assertEqual("MONITOR_ABILITY_LIST", recordgen.node_name("MonitorAbilityList"))
+            rec = "R (1):\n    A int\nN (2) nested only:\n    B int\nX (3) nested only: no attributes\n    @abstract\n"
+            names, rec_path = os.path.join(schema, "names.tbl"), os.path.join(schema, "a.rec")
+            cat = load(rec, "0 BaseDomain\n1 Res\nnested 2 N\n")
+            self.assertEqual([(0, "BaseDomain", 1), (1, "Res", 2)], cat.rows)
+            cases = [
+                (rec, "0 BaseDomain\n1 Res\nnested 2 N\n7 Gone\n", (), names + ":4", "row 7 Gone has no schema entry"),
+                (rec, "1 Res\n", (), rec_path + ":3", "N has no 'nested' line"),
+                (rec, "nested 2 N\n", (), rec_path + ":1", "R has no row"),
+                (rec, "1 Res\n2 N\n", (), rec_path + ":3", "N is nested only but has a row"),
+                (rec, "1 Res\nnested 2 N\n1 Again\n", (), names + ":3", "already stands on line 1"),
+                (rec, "1 Res\nnested 2 N\nnested 3 X\n", (), rec_path + ":5", "X is abstract"),
+                (rec + "    @codec hand\n", "1 Res\nnested 2 N\n", (), rec_path + ":5", "codecs/XXml.h does not exist"),
+                (rec, "1 Res\nnested 2 N\n", ("codecs/RXml.h",), rec_path + ":1", "R is not marked so"),
+            ]
+            for rec_text, names_text, hand_files, where, fragment in cases:
+                self.assertError(where, fragment, lambda: load(rec_text, names_text, hand_files))
 
-    def test_fields(self):
-        cat = recordgen.Catalogue()
-        cat.entries = parse("T (2):\n    Z int\n"
-                            "R (1):\n    N int; B bool; S string; F float; D double; P int (16-bit);\n"
-                            "    X string (at most 4 characters); O child T; L list of T; V list of I int;\n"
-                            "    C child { enable bool }; enable int\n")
-        recordgen.check(cat)
-        r = cat.entries[1]
-        fields = [i.field for i in recordgen.member_fields(r.items)]
-        self.assertEqual(["m_nN", "m_bB", "m_strS", "m_fF", "m_dD", "m_nP", "m_szX", "m_objO", "m_vecL", "m_vecV",
-                          "m_bCenable", "m_nenable"], fields)
-
-
-class WholeSchema(unittest.TestCase):
-    def test_every_schema_file_generates(self):
-        with tempfile.TemporaryDirectory() as out:
-            cat = recordgen.load(SCHEMA)
-            recordgen.generate(cat, out)
-            self.assertGreater(len(cat.entries), 690)
-            self.assertEqual(649, len(cat.rows))
-            header = read(os.path.join(out, "domain", "records", "InetAddr.h"))
-            self.assertIn("unsigned short getPORT() const", header)
-            fields = read(os.path.join(out, "domain", "codecs", "fields", "InetAddr.h"))
-            self.assertIn('v.attr("PORT", P::Reset, r.m_nPORT);', fields)
-            tables = read(os.path.join(out, "domain", "DomainFactoryTables.cpp"))
-            self.assertIn('{242, "PTZNorth", "PTZNorthV2List"', tables)
+            # A whole run: outputs of generated records only, none of hand-written ones.
+            cat = load(rec.replace("@abstract", "@abstract\n    @record hand\n    @codec hand"),
+                       "1 Res\nnested 2 N\n", ("records/X.h", "codecs/XXml.h"))
+            out = os.path.join(root, "out")
+            generate.generate(cat, out)
+            self.assertEqual(["NXml.h", "RXml.h", "fields"], sorted(os.listdir(os.path.join(out, "domain", "codecs"))))
+            self.assertEqual(["N.h", "R.h"], sorted(os.listdir(os.path.join(out, "domain", "records"))))
+            with open(os.path.join(out, "domain", "AllRecords.h")) as f:
+                self.assertIn("constexpr int kRecordCount = 3;", f.read())
 
 
 if __name__ == "__main__":

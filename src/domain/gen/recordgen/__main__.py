@@ -1,0 +1,5 @@
+import sys
+
+from .generate import main
+
+sys.exit(main())
