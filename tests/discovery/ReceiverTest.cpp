@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <random>
 #include <string>
 
 #include "devsim/SimDevice.h"
@@ -194,31 +193,6 @@ TEST(DiscoveryCommandReceiver, MalformedDatagramsDeliverNothing) {
         EXPECT_EQ("untouched", r.access.getLocalIp());
         EXPECT_EQ("untouched", r.network.getGateway());
     }
-}
-
-TEST(DiscoveryCommandReceiver, EdgeFormsThatDecode) {
-    // No attributes: a record with empty fields and port 0.
-    Bytes bare = textBytes("<DeviceInfo />");
-    Records r;
-    ASSERT_EQ(0, handle(enveloped(announcementCommand(23, int32_t(bare.size()), bare)), r));
-    EXPECT_EQ("", r.summary.getDeviceId());
-    EXPECT_EQ(0, r.summary.getDevicePort());
-
-    // Without a trailing zero the body decodes the same.
-    Bytes noZero = textBytes("<DeviceInfo DeviceID=\"nz\"/>", false);
-    Records z;
-    ASSERT_EQ(0, handle(enveloped(announcementCommand(23, int32_t(noZero.size()), noZero)), z));
-    EXPECT_EQ("nz", z.summary.getDeviceId());
-
-    // A datagram filling the whole receive buffer.
-    std::string padded =
-        "<DeviceInfo DeviceID=\"big\" Pad=\"" + std::string(5600 - 24 - 76 - 40, 'p') + "\"/>";
-    Bytes big = textBytes(padded);
-    Bytes dg = enveloped(announcementCommand(23, int32_t(big.size()), big));
-    ASSERT_LE(dg.size(), 5600u);
-    Records b;
-    ASSERT_EQ(0, handle(dg, b));
-    EXPECT_EQ("big", b.summary.getDeviceId());
 }
 
 }  // namespace
