@@ -76,21 +76,6 @@ TEST(CommandBuffer, AppendIntAndShortKeepMemoryOrder) {
     EXPECT_FALSE(b.appendInt(nullptr));
 }
 
-TEST(CommandBuffer, AppendOtherTakesBytesAtItsCursor) {
-    CommandBuffer src;
-    ASSERT_TRUE(src.alloc(10));
-    ASSERT_TRUE(src.assign("headbody", 8));
-    ASSERT_TRUE(src.consume(4));
-    CommandBuffer dst;
-    ASSERT_TRUE(dst.alloc(5));
-    ASSERT_TRUE(dst.assign("<", 1));
-    ASSERT_TRUE(dst.append(src));
-    EXPECT_EQ(bytes(dst), "<body");
-    EXPECT_FALSE(dst.append(src));  // no room
-    CommandBuffer empty;
-    EXPECT_FALSE(dst.append(empty));
-}
-
 TEST(CommandBuffer, ConsumeSetLengthAndAt) {
     CommandBuffer b;
     ASSERT_TRUE(b.alloc(4));
@@ -124,13 +109,6 @@ TEST(CommandBuffer, CopiesAreDeepAndKeepTheCursorOffset) {
     EXPECT_EQ(bytes(c), "345678");
     c.getBase()[2] = '!';
     EXPECT_EQ(bytes(a), "345678");
-
-    CommandBuffer m(std::move(c));
-    EXPECT_EQ(bytes(m), "!45678");
-    EXPECT_EQ(c.getBase(), nullptr);  // NOLINT(bugprone-use-after-move)
-    m = CommandBuffer();
-    EXPECT_EQ(m.getBase(), nullptr);
-    EXPECT_EQ(m.getLength(), 0u);
 }
 
 }  // namespace

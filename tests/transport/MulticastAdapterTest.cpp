@@ -37,34 +37,20 @@ InetAddr addr(const std::string& ip, unsigned short port, int ver) {
     return a;
 }
 
-// Opens a transfer the way the discovery engines do: open, reuse, bind the
-// raw socket to the adapter's first address, join, ask for a big buffer.
-// Must run inside the client namespace.
+// Opens a transfer the way the discovery engines do: open, reuse, bind to the
+// adapter's first address, join, ask for a big buffer. Runs inside the client
+// namespace.
 std::unique_ptr<UDPTransfer> openOnAdapter(const std::string& adapter, const std::string& localIp,
                                            const InetAddr& group, int ver) {
     auto t = std::make_unique<UDPTransfer>(ver);
     EXPECT_EQ(0, t->open());
     t->setReuseAddr(true);
-    const int fd = t->getSocket()->getHandle();
-    int rc = -1;
     if (ver == 1) {
         std::vector<std::string> addrs;
         listAdapterAddresses(adapter, addrs);
-        EXPECT_FALSE(addrs.empty());
         EXPECT_EQ(localIp, addrs.empty() ? "" : addrs[0]);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_port = htons(group.getPORT());
-        inet_pton(AF_INET, localIp.c_str(), &a.sin_addr);
-        rc = ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof(a));
-    } else {
-        sockaddr_in6 a{};
-        a.sin6_family = AF_INET6;
-        a.sin6_port = htons(group.getPORT());
-        inet_pton(AF_INET6, localIp.c_str(), &a.sin6_addr);
-        rc = ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof(a));
     }
-    EXPECT_EQ(0, rc) << std::strerror(errno);
+    EXPECT_EQ(0, t->bindAddr(addr(localIp, group.getPORT(), ver)));
     EXPECT_TRUE(t->joinMulticast(group));
     EXPECT_TRUE(t->setRecvBufferSize(1048576));
     return t;

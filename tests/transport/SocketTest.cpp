@@ -266,23 +266,4 @@ TEST(Socket, ReceiveBufferOfAMegabyte) {
     EXPECT_GE(size, 65536);
 }
 
-TEST(Socket, IPv6Loopback) {
-    if (access("/proc/sys/net/ipv6", F_OK) != 0) GTEST_SKIP() << "no IPv6 on this host";
-    auto rx = std::make_unique<Socket>(2, 2);
-    ASSERT_TRUE(rx->open());
-    if (!rx->bind("::1", 0)) GTEST_SKIP() << "no ::1 on this host";
-    auto tx = boundUdp(2);
-    InetAddr local;
-    ASSERT_TRUE(rx->getLocalAddr(local));
-    EXPECT_EQ("::1", local.getIP());
-    EXPECT_EQ(2, local.getIPProtoVer());
-    EXPECT_EQ(4, tx->sendTo("six!", 4, local));
-    char buf[8];
-    InetAddr from;
-    ASSERT_EQ(4, rx->recvFromTimed(buf, sizeof(buf), &from, 1000));
-    EXPECT_EQ("::1", from.getIP());
-    EXPECT_EQ(portOf(*tx), from.getPORT());
-    EXPECT_EQ(2, from.getIPProtoVer());
-}
-
 }  // namespace
