@@ -286,17 +286,25 @@ class SafePointer : public BaseSafePointer {
             entry->unlock();
             safe_pointer_detail::throwPlain("not valid pointer in dec_reference");
         }
-        if (entry->decrease() == 0) {
-            static_assert(sizeof(T) > 0, "SafePointer needs a complete type to delete the object");
-            T* object = m_pPointer;
-            m_pPointer = nullptr;
-            delete object;
-            try {
-                SafePointerRegistry::getInstance()->release(entry, typeName().c_str());
-            } catch (...) {
-                entry->unlock();
-                throw;
-            }
+        if (entry->decrease() != 0) {
+            entry->unlock();
+            return;
+        }
+        static_assert(sizeof(T) > 0, "SafePointer needs a complete type to delete the object");
+        // The last reference. The object is deleted with no lock held, since
+        // its destructor may release safe pointers of its own (entry locks
+        // never nest); meanwhile the count of 0 tells any copy that it is
+        // destructed. Then the entry goes back to the registry.
+        T* object = m_pPointer;
+        m_pPointer = nullptr;
+        entry->unlock();
+        delete object;
+        entry->lock();
+        try {
+            SafePointerRegistry::getInstance()->release(entry, typeName().c_str());
+        } catch (...) {
+            entry->unlock();
+            throw;
         }
         entry->unlock();
     }
