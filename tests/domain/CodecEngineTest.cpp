@@ -99,9 +99,8 @@ TEST(CodecEngineTest, PresenceWords) {
           "<Probe Reset=\"2\" Optional=\"1\" Logged=\"6\" Wide=\"5\" Mandatory=\"7\" After=\"8\">\n"
           "\t<ChildOptional IP=\"kept\" PORT=\"0\" IPProtoVer=\"0\" />\n\t<ChildReset IP=\"a\" PORT=\"0\" "
           "IPProtoVer=\"0\" />\n\t<Machines />\n\t<ListLogged>\n\t\t<InetAddr IP=\"b\" PORT=\"0\" "
-          "IPProtoVer=\"0\" "
-          "/>\n\t</ListLogged>\n\t<ListOptional />\n\t<Numbers>\n\t\t<Number Number=\"4\" />\n\t</Numbers>\n"
-          "\t<Inner Value=\"9\" />\n</Probe>\n"}},
+          "IPProtoVer=\"0\" />\n\t</ListLogged>\n\t<ListOptional />\n\t<Numbers>\n\t\t<Number Number=\"4\" "
+          "/>\n\t</Numbers>\n\t<Inner Value=\"9\" />\n</Probe>\n"}},
         {"absent items: reset and logged ones clear, optional ones keep; logged ones print",
          runProbe<kFilled>,
          "<Probe Mandatory=\"1\" />",

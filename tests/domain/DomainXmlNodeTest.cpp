@@ -43,12 +43,8 @@ TEST(DomainXmlNodeTest, Writing) {
     root->addConfigNode(list);
     EXPECT_EQ(
         "<Parameters Version=\"2\" a=\"x&amp;y&lt;z&gt;&apos;\" b='say &quot;hi&quot;' "
-        "c=\"tab&#x09;here&#x01;\" "
-        "d=\"&amp;#x41;\xC3\xA9\" f=\"1.500000\" g=\"0.123457\" t=\"true\">\n"
-        "\t<Result />\n"
-        "\t<ChannelInfoList>\n"
-        "\t\t<ChannelInfo ChannelName=\"c1\" />\n"
-        "\t</ChannelInfoList>\n"
+        "c=\"tab&#x09;here&#x01;\" d=\"&amp;#x41;\xC3\xA9\" f=\"1.500000\" g=\"0.123457\" t=\"true\">\n"
+        "\t<Result />\n\t<ChannelInfoList>\n\t\t<ChannelInfo ChannelName=\"c1\" />\n\t</ChannelInfoList>\n"
         "</Parameters>\n",
         print(root));
     EXPECT_THROW(root->addConfigNode(Node()), std::exception);
