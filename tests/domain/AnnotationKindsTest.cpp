@@ -3,9 +3,7 @@
 // the lines it prints) and builds the record again.
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "CodecCase.h"
@@ -32,11 +30,6 @@
 using namespace codec_case;
 
 namespace {
-
-// The narrow and wide fields keep their C++ types.
-static_assert(std::is_same<decltype(InetAddr().getPORT()), unsigned short>::value, "16-bit");
-static_assert(std::is_same<decltype(AlarmInStatistic().getAlarmInStatus()), unsigned char>::value, "8-bit");
-static_assert(std::is_same<decltype(HCNTItem().getTime()), int64_t>::value, "64-bit");
 
 const std::string kEvent =
     "<IntelligentEvent SourceID=\"11\" AlarmInterval=\"30\"><ScheduleTimeParam><ScheduleTimeList />"

@@ -133,13 +133,15 @@ TEST(DomainRecordsTest, DataBlocks) {
     EXPECT_EQ(7, copy.getDataLength());
 }
 
+// 8 bytes need 12 characters and the terminator; "AQ==" asks for 3 bytes
+// though it yields one; a short trailing group yields nothing.
 TEST(DomainRecordsTest, Base64SizesAndCodes) {
     const struct {
         int length, room, code, roomAfter;
         const char* text;
     } encodes[] = {{3, 16, 0, 4, "AQID"},
                    {1, 16, 0, 4, "AQ=="},
-                   {8, 12, -16, 13, ""},  // 12 characters and the terminator
+                   {8, 12, -16, 13, ""},
                    {8, 13, 0, 12, "AQIDBAUGBwg="},
                    {0, 99, 0, 99, ""}};
     for (const auto& e : encodes) {
@@ -154,7 +156,6 @@ TEST(DomainRecordsTest, Base64SizesAndCodes) {
     EXPECT_EQ(-4, Base64Encode(nullptr, 3, text, room));
     EXPECT_EQ(-4, Base64Encode(kBytes, 3, nullptr, room));
 
-    // "AQ==" asks for 3 bytes though it yields one; a short trailing group yields nothing.
     const struct {
         std::string text;
         int room, code, size;
