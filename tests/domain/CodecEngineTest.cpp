@@ -74,10 +74,9 @@ Outcome runProbe(const std::string& text) {
     probe.strict = S == kStrict;
     probe.mandatoryChild = S == kMandatoryChild;
     Node out(new DomainXmlNode("Probe"));
-    testing::internal::CaptureStdout();
+    Capture capture(0);
     const bool ok = parseFields(kInfo, node, probe);
-    buildFields(kInfo, probe, out);
-    return {ok, testing::internal::GetCapturedStdout(), print(out)};
+    return capture.outcome(ok, buildFields(kInfo, probe, out), out);
 }
 
 TEST(CodecEngineTest, PresenceWords) {
@@ -91,10 +90,10 @@ TEST(CodecEngineTest, PresenceWords) {
     check({
         {"present items are read, list items whatever their names, scalar items by their tag; all written in "
          "the record's order",
-         runProbe<kFilled>,
-         "<Probe After=\"8\" Mandatory=\"7\" Logged=\"6\" Optional=\"1\" Reset=\"2\"><Inner Value=\"9\" />"
-         "<Numbers><Number Number=\"4\" /><X Number=\"5\" /></Numbers><ChildReset IP=\"a\" />"
-         "<ListOptional /><ListLogged><Y IP=\"b\" /></ListLogged></Probe>",
+         runProbe<kFilled>(
+             "<Probe After=\"8\" Mandatory=\"7\" Logged=\"6\" Optional=\"1\" Reset=\"2\"><Inner Value=\"9\" "
+             "/><Numbers><Number Number=\"4\" /><X Number=\"5\" /></Numbers><ChildReset IP=\"a\" "
+             "/><ListOptional /><ListLogged><Y IP=\"b\" /></ListLogged></Probe>"),
          {true, "",
           "<Probe Reset=\"2\" Optional=\"1\" Logged=\"6\" Wide=\"5\" Mandatory=\"7\" After=\"8\">\n"
           "\t<ChildOptional IP=\"kept\" PORT=\"0\" IPProtoVer=\"0\" />\n\t<ChildReset IP=\"a\" PORT=\"0\" "
@@ -102,32 +101,27 @@ TEST(CodecEngineTest, PresenceWords) {
           "IPProtoVer=\"0\" />\n\t</ListLogged>\n\t<ListOptional />\n\t<Numbers>\n\t\t<Number Number=\"4\" "
           "/>\n\t</Numbers>\n\t<Inner Value=\"9\" />\n</Probe>\n"}},
         {"absent items: reset and logged ones clear, optional ones keep; logged ones print",
-         runProbe<kFilled>,
-         "<Probe Mandatory=\"1\" />",
+         runProbe<kFilled>("<Probe Mandatory=\"1\" />"),
          {true, logged + listLogged,
           "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"1\" After=\"0\">\n" +
               children +
               "\t<ListLogged />\n\t<ListOptional>\n\t\t<InetAddr IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
               "\t</ListOptional>\n\t<Numbers />\n\t<Inner Value=\"42\" />\n</Probe>\n"}},
         {"a mandatory attribute ends the parse at once",
-         runProbe<kFilled>,
-         "<Probe Reset=\"9\" After=\"1\" />",
+         runProbe<kFilled>("<Probe Reset=\"9\" After=\"1\" />"),
          {false, logged + listLogged + "ProbeXml::parseDomainXmlNode get Mandatory failed \n",
           "<Probe Reset=\"9\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"0\" After=\"77\">\n..."}},
         {"so does a mandatory child",
-         runProbe<kMandatoryChild>,
-         "<Probe Mandatory=\"1\" />",
+         runProbe<kMandatoryChild>("<Probe Mandatory=\"1\" />"),
          {false, logged + listLogged,
           "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"0\" After=\"77\">\n..."}},
         {"a list item that fails: an optional list keeps its field",
-         runProbe<kFilled>,
-         "<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>",
+         runProbe<kFilled>("<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>"),
          {true, logged + machine + listLogged,
           "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"1\" After=\"4\">\n" +
               children + "..."}},
         {"a strict list ends the parse",
-         runProbe<kStrict>,
-         "<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>",
+         runProbe<kStrict>("<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>"),
          {false, logged + machine,
           "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"0\" After=\"77\">\n" +
               children + "\t<ListLogged>\n\t\t<InetAddr ..."}},

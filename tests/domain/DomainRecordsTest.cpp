@@ -21,10 +21,9 @@ const unsigned char kBytes[] = {1, 2, 3, 4, 5, 6, 7, 8};
 
 // Identifiers belong to the class: copies keep them, assignments leave the
 // target's, a plain BaseDomain copy has 0, and BaseDomain's equality compares
-// nothing else.
-TEST(DomainRecordsTest, Identifiers) {
+// nothing else. Copies and comparisons of the records' own fields.
+TEST(DomainRecordsTest, IdentifiersAndCopies) {
     DomainVectorContainer<ChannelInfo> channels;
-    channels.getItems().resize(1);
     DomainVectorContainer<ChannelInfo> copy(channels);
     EXPECT_EQ(99999, copy.getDomainId());
     EXPECT_EQ(67, copy.getElementDomainId());
@@ -45,21 +44,20 @@ TEST(DomainRecordsTest, Identifiers) {
     a.setChannelName("one");
     EXPECT_TRUE(static_cast<const BaseDomain&>(a) == static_cast<const BaseDomain&>(ChannelInfo()));
 
-    // A device summary compares every field.
-    DeviceSummaryInfo x, y;
-    y.setDevicePort(80);
-    EXPECT_TRUE(x != y);
-    x.setDevicePort(80);
-    EXPECT_TRUE(x == y);
-}
-
-TEST(DomainRecordsTest, FixedTextFieldRefusesOverlongText) {
+    // A fixed text field refuses an overlong text and keeps the old one.
     SearchDeviceInfoEx info;
     const std::string name32(32, 'n');
     EXPECT_TRUE(info.setDeviceName(name32.c_str()));
     EXPECT_FALSE(info.setDeviceName(std::string(33, 'x').c_str()));
     EXPECT_FALSE(info.setDeviceName(nullptr));
     EXPECT_EQ(name32, SearchDeviceInfoEx(info).getDeviceName());
+
+    // A device summary compares every field.
+    DeviceSummaryInfo x, y;
+    y.setDevicePort(80);
+    EXPECT_TRUE(x != y);
+    x.setDevicePort(80);
+    EXPECT_TRUE(x == y);
 }
 
 TEST(DomainRecordsTest, FindDomainAndExtractDomain) {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "Product/Technic/OLTrace.h"
+#include "CodecCase.h"
 #include "domain/DomainContainer.h"
 #include "domain/DomainFactory.h"
 #include "domain/DomainXmlFactory.h"
@@ -13,18 +13,12 @@
 
 namespace {
 
-// Runs fn with the trace entry open at level 3 and returns what it printed.
+// What fn printed with the trace entry open at level 3.
 template <class Fn>
 std::string traced(Fn fn) {
-    OLTraceConfig& config = OLTraceConfig::getInstance();
-    config.setEnabled(true);
-    config.setLevel(3);
-    testing::internal::CaptureStdout();
+    codec_case::Capture capture(3);
     fn();
-    std::string text = testing::internal::GetCapturedStdout();
-    config.setLevel(0);
-    config.setEnabled(false);
-    return text;
+    return capture.log();
 }
 
 // The identifier of what createDomain makes of a name, with the element

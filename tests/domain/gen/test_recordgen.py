@@ -1,6 +1,7 @@
 """The record generator: each item kind read and emitted, and every mistake in
 the schema reported with its file and line."""
 
+import functools
 import os
 import sys
 import tempfile
@@ -68,12 +69,8 @@ class Errors(unittest.TestCase):
         self.assertIn(fragment, str(ctx.exception))
 
     def test_notation_and_schema_checks(self):
-        def parse(text):
-            return notation.parse_rec_file("bad.rec", text)
-
-        def check(text):
-            return catalogue("R0 (9):\n    no attributes\n" + text, "bad.rec")
-
+        parse, check = functools.partial(notation.parse_rec_file, "bad.rec"), functools.partial(catalogue, path="bad.rec")
+        r0 = "R0 (9):\n    no attributes\n"
         cases = [
             (parse, "R 1:\n    A int\n", 1, "entry head"),
             (parse, "R (1):\n    A int;\n    B integer\n", 3, "cannot read item"),
@@ -83,11 +80,11 @@ class Errors(unittest.TestCase):
             (parse, "R (1):\n    A child { B int\n", 2, "unbalanced"),
             (parse, "    A int\n", 1, "outside an entry"),
             (parse, "R (1):\n    A int\n    @short\n    B int\n", 4, "after the annotations"),
-            (check, "R (1):\n    A? child Missing\n", 7, "no schema defines"),
-            (check, "R (1):\n    A child (no content)\n", 7, "needs @record hand"),
-            (check, "R (2):\n    A int\n", 6, "identifier 2 is already used"),
-            (check, "R (1):\n    A int\n    @line Z \"x\"\n", 8, "names Z"),
-            (check, "R (1):\n    A int; B int\n    @parse B\n", 8, "leaves out A"),
+            (check, r0 + "R (1):\n    A? child Missing\n", 7, "no schema defines"),
+            (check, r0 + "R (1):\n    A child (no content)\n", 7, "needs @record hand"),
+            (check, r0 + "R (2):\n    A int\n", 6, "identifier 2 is already used"),
+            (check, r0 + "R (1):\n    A int\n    @line Z \"x\"\n", 8, "names Z"),
+            (check, r0 + "R (1):\n    A int; B int\n    @parse B\n", 8, "leaves out A"),
         ]
         for fn, text, line, fragment in cases:
             self.assertError("bad.rec:%d" % line, fragment, lambda: fn(text))
