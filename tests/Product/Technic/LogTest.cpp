@@ -56,15 +56,15 @@ TEST(OLLoggerTest, LineFormatAndRotation) {
     const std::string path = dir.file("test.log");
     OLLogger logger;
     logger.init(path.c_str(), 10240, 1);
-    // At 10239 bytes the next write still appends; at 10240 or more the file
-    // moves to path + ".1", replacing an older one, and a new file begins.
+    // At 10239 bytes the next write still appends; at 10240 the file moves to
+    // path + ".1", replacing an older one, and a new file begins.
     std::ofstream(path) << std::string(10239, 'a');
     logger.write("Module", "one");
-    const std::string full = readFile(path);
-    EXPECT_EQ(withoutStamp(full.substr(10239)), ",[Module] one\n");
+    EXPECT_EQ(withoutStamp(readFile(path).substr(10239)), ",[Module] one\n");
+    std::ofstream(path) << std::string(10240, 'b');
     std::ofstream(path + ".1") << "older";
     logger.write("M", "two");
-    EXPECT_EQ(readFile(path + ".1"), full);
+    EXPECT_EQ(readFile(path + ".1"), std::string(10240, 'b'));
     EXPECT_EQ(logLines(path), Lines{",[M] two"});
 
     // writeOnce starts each logger at index 0: every rotation goes to ".1".
