@@ -1,48 +1,40 @@
-// The codec pattern on a test record that exercises each item kind and
-// presence word through the same engine as the generated codecs.
+// The presence words on each kind of item, through the same engine as the
+// generated codecs, on a test record; then the top-level codec operations.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
-#include "domain/codecs/CodecEngine.h"
+#include "CodecCase.h"
 #include "domain/DomainFactory.h"
 #include "domain/codecs/ChannelInfoXml.h"
+#include "domain/codecs/CodecEngine.h"
 #include "domain/codecs/EtResultXml.h"
 #include "domain/codecs/InetAddrXml.h"
 #include "domain/codecs/MachineInfoXml.h"
 
+using namespace codec_case;
 using namespace domain_codec;
 
 namespace {
 
 class Probe : public BaseDomain {
   public:
-    Probe() { std::memset(text, 0, sizeof(text)); }
-
     int reset = 3;
     int optional = 5;
     int logged = 6;
+    int64_t wide = 0x100000005LL;  // written as its low 32 bits
     int mandatory = 0;
-    int after = 0;
-    unsigned short port = 0;
-    unsigned char small = 0;
-    int64_t wide = 0;
-    char text[4 + 1];
-    float asInt = 0.0f;
-    int asFloat = 0;
-    int absent = 0;
+    int after = 77;
     InetAddr childOptional;
     InetAddr childReset;
+    std::vector<MachineInfo> machines;
     std::vector<InetAddr> listLogged;
     std::vector<InetAddr> listOptional;
     std::vector<int> numbers;
-    std::vector<MachineInfo> machines;
-    int inner = 0;
-
+    int inner = 42;
+    bool strict = false;
     bool mandatoryChild = false;
-    bool strictChild = false;
 
     template <class V>
     static void visitFields(V& v, Probe& r) {
@@ -50,20 +42,10 @@ class Probe : public BaseDomain {
         v.attr("Reset", P::Reset, r.reset);
         v.attr("Optional", P::Optional, r.optional);
         v.attr("Logged", P::Logged, r.logged);
-        v.attr("Port", P::Reset, r.port);
-        v.attr("Small", P::Reset, r.small);
-        v.attr("Wide", P::Reset, r.wide);
-        v.text("Text", P::Reset, r.text, 4);
-        v.floatAsInt("AsInt", P::Reset, r.asInt);
-        v.intReadAsFloat("AsFloat", P::Reset, r.asFloat);
-        v.attrOr("Absent", P::Logged, r.absent, 1, Item().line("getProperty get nAbsent =%d failed \n", 1));
+        v.attr("Wide", P::Optional, r.wide);
         v.child("ChildOptional", P::Optional, r.childOptional);
         v.child("ChildReset", P::Reset, r.childReset);
-        if (r.strictChild) {
-            v.list("Machines", P::Optional, r.machines, Item().strict());
-        } else {
-            v.list("Machines", P::Optional, r.machines);
-        }
+        v.list("Machines", P::Optional, r.machines, r.strict ? Item().strict() : Item());
         v.list("ListLogged", P::Logged, r.listLogged, Item().node("NODE_LIST_LOGGED"));
         v.list("ListOptional", P::Optional, r.listOptional);
         v.scalarList("Numbers", "Number", P::Reset, P::Reset, r.numbers);
@@ -76,145 +58,88 @@ class Probe : public BaseDomain {
 
 const CodecInfo kInfo = {"ProbeXml", "ProbeXml.cpp", 0, 3};
 
-SafePointer<DomainXmlNode> parseText(const std::string& text) {
-    SafePointer<DomainXmlNode> node;
-    EXPECT_TRUE(DomainXmlNode::fromString(text, node));
-    return node;
-}
+// A Probe with content in every optional place, or with a strict list or a mandatory child.
+enum Start { kFilled, kStrict, kMandatoryChild };
 
-TEST(CodecEngineTest, BuildWritesEveryItemInOrder) {
-    Probe probe;
-    probe.port = 8000;
-    probe.wide = 0x100000005LL;
-    std::strcpy(probe.text, "abcd");
-    probe.asInt = 2.75f;
-    probe.asFloat = 9;
-    probe.childOptional.setIP("10.0.0.1");
-    probe.listLogged.resize(1);
-    probe.numbers = {4, 5};
-    probe.inner = 11;
-    SafePointer<DomainXmlNode> node(new DomainXmlNode("Probe"));
-    ASSERT_TRUE(buildFields(kInfo, probe, node));
-    std::string text;
-    DomainXmlNode::toString(node, text);
-    EXPECT_EQ(
-        "<Probe Reset=\"3\" Optional=\"5\" Logged=\"6\" Port=\"8000\" Small=\"0\" Wide=\"5\" Text=\"abcd\" "
-        "AsInt=\"2\" "
-        "AsFloat=\"9\" Absent=\"0\" Mandatory=\"0\" After=\"0\">\n"
-        "\t<ChildOptional IP=\"10.0.0.1\" PORT=\"0\" IPProtoVer=\"0\" />\n"
-        "\t<ChildReset IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
-        "\t<Machines />\n"
-        "\t<ListLogged>\n"
-        "\t\t<InetAddr IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
-        "\t</ListLogged>\n"
-        "\t<ListOptional />\n"
-        "\t<Numbers>\n"
-        "\t\t<Number Number=\"4\" />\n"
-        "\t\t<Number Number=\"5\" />\n"
-        "\t</Numbers>\n"
-        "\t<Inner Value=\"11\" />\n"
-        "</Probe>\n",
-        text);
-}
-
-TEST(CodecEngineTest, PresenceWordsOnAbsentItems) {
+// Parses the text into a Probe as the start leaves it, and builds that Probe again.
+template <Start S>
+Outcome runProbe(const std::string& text) {
+    Node node = parse(text);
     Probe probe;
     probe.childOptional.setIP("kept");
     probe.childReset.setIP("lost");
-    probe.listOptional.resize(2);
     probe.listLogged.resize(2);
-    probe.inner = 42;
-    std::strcpy(probe.text, "old");
-    SafePointer<DomainXmlNode> node = parseText("<Probe Mandatory=\"1\" />");
-    testing::internal::CaptureStdout();
-    ASSERT_TRUE(parseFields(kInfo, node, probe));
-    std::string lines = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(0, probe.reset);     // reset: the zero local
-    EXPECT_EQ(5, probe.optional);  // optional: the constructor value stays
-    EXPECT_EQ(0, probe.logged);
-    EXPECT_EQ(1, probe.absent);  // the absent value in place of 0
-    EXPECT_STREQ("", probe.text);
-    EXPECT_EQ("kept", probe.childOptional.getIP());
-    EXPECT_EQ("", probe.childReset.getIP());
-    EXPECT_TRUE(probe.listLogged.empty());
-    EXPECT_EQ(2u, probe.listOptional.size());
-    EXPECT_EQ(42, probe.inner);  // optional inline child absent: its fields stay
-    EXPECT_EQ(
-        "ProbeXml::parseDomainXmlNode get Logged failed \n"
-        "getProperty get nAbsent =0 failed \n"
-        "getConfigNode NODE_LIST_LOGGED failed\n"
-        "parseDomainXmlNode objListLogged failed\n",
-        lines);
-}
-
-TEST(CodecEngineTest, MandatoryFailureStopsAtOnce) {
-    Probe probe;
-    probe.after = 77;
-    SafePointer<DomainXmlNode> node = parseText("<Probe Reset=\"9\" After=\"1\" />");
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(parseFields(kInfo, node, probe));
-    std::string lines = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(9, probe.reset);   // read before the failure
-    EXPECT_EQ(77, probe.after);  // never read
-    EXPECT_NE(std::string::npos, lines.find("ProbeXml::parseDomainXmlNode get Mandatory failed \n"));
-
-    Probe needsChild;
-    needsChild.mandatoryChild = true;
-    SafePointer<DomainXmlNode> noChild = parseText("<Probe Mandatory=\"1\" />");
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(parseFields(kInfo, noChild, needsChild));
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(0, needsChild.mandatory);  // stopped at the child
-}
-
-TEST(CodecEngineTest, EmptyListChildGivesEmptyVector) {
-    Probe probe;
-    probe.listOptional.resize(3);
+    probe.listOptional.resize(1);
     probe.numbers = {1};
-    SafePointer<DomainXmlNode> node = parseText("<Probe Mandatory=\"1\"><ListOptional /><Numbers /></Probe>");
-    testing::internal::CaptureStdout();
-    ASSERT_TRUE(parseFields(kInfo, node, probe));
-    testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(probe.listOptional.empty());
-    EXPECT_TRUE(probe.numbers.empty());
+    probe.strict = S == kStrict;
+    probe.mandatoryChild = S == kMandatoryChild;
+    Node out(new DomainXmlNode("Probe"));
+    Capture capture(0);
+    const bool ok = parseFields(kInfo, node, probe);
+    return capture.outcome(ok, buildFields(kInfo, probe, out), out);
 }
 
-TEST(CodecEngineTest, StrictChildEndsTheParse) {
-    // A list whose item lacks a mandatory attribute fails its nested parse.
-    SafePointer<DomainXmlNode> node =
-        parseText("<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>");
-    Probe lenient;
-    lenient.machines.resize(2);
-    testing::internal::CaptureStdout();
-    EXPECT_TRUE(parseFields(kInfo, node, lenient));
-    EXPECT_EQ(2u, lenient.machines.size());  // optional: a failed nested parse keeps the field
-    EXPECT_EQ(4, lenient.after);
-
-    Probe strict;
-    strict.strictChild = true;
-    EXPECT_FALSE(parseFields(kInfo, node, strict));
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(0, strict.mandatory);  // the parse ended at the list
+TEST(CodecEngineTest, PresenceWords) {
+    const std::string logged = "ProbeXml::parseDomainXmlNode get Logged failed \n";
+    const std::string listLogged =
+        "getConfigNode NODE_LIST_LOGGED failed\nparseDomainXmlNode objListLogged failed\n";
+    const std::string machine = "MachineInfoXml::parseDomainXmlNode get DeviceType failed \n";
+    const std::string children =
+        "\t<ChildOptional IP=\"kept\" PORT=\"0\" IPProtoVer=\"0\" />\n\t<ChildReset IP=\"\" PORT=\"0\" "
+        "IPProtoVer=\"0\" />\n\t<Machines />\n";
+    check({
+        {"present items are read, list items whatever their names, scalar items by their tag; all written in "
+         "the record's order",
+         runProbe<kFilled>(
+             "<Probe After=\"8\" Mandatory=\"7\" Logged=\"6\" Optional=\"1\" Reset=\"2\"><Inner Value=\"9\" "
+             "/><Numbers><Number Number=\"4\" /><X Number=\"5\" /></Numbers><ChildReset IP=\"a\" "
+             "/><ListOptional /><ListLogged><Y IP=\"b\" /></ListLogged></Probe>"),
+         {true, "",
+          "<Probe Reset=\"2\" Optional=\"1\" Logged=\"6\" Wide=\"5\" Mandatory=\"7\" After=\"8\">\n"
+          "\t<ChildOptional IP=\"kept\" PORT=\"0\" IPProtoVer=\"0\" />\n\t<ChildReset IP=\"a\" PORT=\"0\" "
+          "IPProtoVer=\"0\" />\n\t<Machines />\n\t<ListLogged>\n\t\t<InetAddr IP=\"b\" PORT=\"0\" "
+          "IPProtoVer=\"0\" />\n\t</ListLogged>\n\t<ListOptional />\n\t<Numbers>\n\t\t<Number Number=\"4\" "
+          "/>\n\t</Numbers>\n\t<Inner Value=\"9\" />\n</Probe>\n"}},
+        {"absent items: reset and logged ones clear, optional ones keep; logged ones print",
+         runProbe<kFilled>("<Probe Mandatory=\"1\" />"),
+         {true, logged + listLogged,
+          "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"1\" After=\"0\">\n" +
+              children +
+              "\t<ListLogged />\n\t<ListOptional>\n\t\t<InetAddr IP=\"\" PORT=\"0\" IPProtoVer=\"0\" />\n"
+              "\t</ListOptional>\n\t<Numbers />\n\t<Inner Value=\"42\" />\n</Probe>\n"}},
+        {"a mandatory attribute ends the parse at once",
+         runProbe<kFilled>("<Probe Reset=\"9\" After=\"1\" />"),
+         {false, logged + listLogged + "ProbeXml::parseDomainXmlNode get Mandatory failed \n",
+          "<Probe Reset=\"9\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"0\" After=\"77\">\n..."}},
+        {"so does a mandatory child",
+         runProbe<kMandatoryChild>("<Probe Mandatory=\"1\" />"),
+         {false, logged + listLogged,
+          "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"0\" After=\"77\">\n..."}},
+        {"a list item that fails: an optional list keeps its field",
+         runProbe<kFilled>("<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>"),
+         {true, logged + machine + listLogged,
+          "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"1\" After=\"4\">\n" +
+              children + "..."}},
+        {"a strict list ends the parse",
+         runProbe<kStrict>("<Probe Mandatory=\"1\" After=\"4\"><Machines><MachineInfo /></Machines></Probe>"),
+         {false, logged + machine,
+          "<Probe Reset=\"0\" Optional=\"5\" Logged=\"0\" Wide=\"5\" Mandatory=\"0\" After=\"77\">\n" +
+              children + "\t<ListLogged>\n\t\t<InetAddr ..."}},
+    });
 }
 
 // The top-level operations: identifier checks, containers, and the two free
 // functions that bind codecs to records through the factory.
 TEST(CodecEngineTest, EntryPoints) {
-    EtResult result;
-    result.setCode(-3);
-    SafePointer<DomainXmlNode> node;
-    ASSERT_TRUE(domainToXmlNode("Result", &result, node));
-    std::string text;
-    DomainXmlNode::toString(node, text);
-    EXPECT_EQ("<Result Code=\"-3\" />\n", text);
+    Node node;
     EXPECT_FALSE(domainToXmlNode("X", nullptr, node));
 
     DomainVectorContainer<EtResult> results;
     results.getItems().resize(2);
     results.getItems()[1].setCode(1);
     ASSERT_TRUE(domainToXmlNode("ResultList", &results, node));
-    DomainXmlNode::toString(node, text);
-    EXPECT_EQ("<ResultList>\n\t<EtResult Code=\"0\" />\n\t<EtResult Code=\"1\" />\n</ResultList>\n", text);
+    EXPECT_EQ("<ResultList>\n\t<EtResult Code=\"0\" />\n\t<EtResult Code=\"1\" />\n</ResultList>\n",
+              print(node));
     DomainVectorContainer<EtResult> parsed;
     std::string name;
     ASSERT_TRUE(xmlNodeToDomain(node, name, &parsed));
@@ -225,10 +150,9 @@ TEST(CodecEngineTest, EntryPoints) {
     // A codec refuses a record of another type and a container of another element type.
     ChannelInfoXml channels;
     DomainVectorContainer<ChannelInfo> none;
-    SafePointer<DomainXmlNode> empty(new DomainXmlNode("ChannelInfoList"));
+    Node empty(new DomainXmlNode("ChannelInfoList"));
     EXPECT_TRUE(channels.createDomainXmlNode(&none, empty));
-    DomainXmlNode::toString(empty, text);
-    EXPECT_EQ("<ChannelInfoList />\n", text);
+    EXPECT_EQ("<ChannelInfoList />\n", print(empty));
     DomainVectorContainer<InetAddr> addrs;
     InetAddr single;
     EXPECT_FALSE(channels.createDomainXmlNode(&addrs, empty));
@@ -238,7 +162,7 @@ TEST(CodecEngineTest, EntryPoints) {
     // A failed list parse leaves the container as it was.
     DomainVectorContainer<MachineInfo> machines;
     machines.getItems().resize(1);
-    SafePointer<DomainXmlNode> bad = parseText("<MachineInfoList><MachineInfo /></MachineInfoList>");
+    Node bad = parse("<MachineInfoList><MachineInfo /></MachineInfoList>");
     testing::internal::CaptureStdout();
     EXPECT_FALSE(MachineInfoXml().parseDomainXmlNode(bad, &machines));
     testing::internal::GetCapturedStdout();

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <cstdint>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include "Product/Technic/SafePointer.h"
+#include "domain/records/EtResult.h"
 #include "protocol/CommandParam.h"
+#include "protocol/SDKCommandHeadParser.h"
 #include "transport/CommandBuffer.h"
 
 namespace protocol_test {
 
-typedef std::vector<unsigned char> Bytes;
+// Wire bytes, or a text on the wire.
+typedef std::string Bytes;
 
 // A buffer whose block has exactly the size of the bytes, so that any read
 // behind them leaves the allocation (and a sanitizer build reports it).
@@ -22,42 +26,25 @@ inline CommandBuffer bufferOf(const Bytes& bytes) {
     return buffer;
 }
 
-inline CommandBuffer bufferOf(const std::string& text) {
-    return bufferOf(Bytes(text.begin(), text.end()));
-}
-
 inline Bytes bytesOf(const CommandBuffer& buffer) {
-    if (buffer.getCursor() == nullptr) return Bytes();
-    return Bytes(buffer.getCursor(), buffer.getCursor() + buffer.getLength());
+    const char* cursor = reinterpret_cast<const char*>(buffer.getCursor());
+    return cursor == nullptr ? Bytes() : Bytes(cursor, buffer.getLength());
 }
 
-inline std::string textOf(const CommandBuffer& buffer) {
-    Bytes b = bytesOf(buffer);
-    return std::string(b.begin(), b.end());
-}
-
+// Bytes from blank-separated hexadecimal pairs: "AF 00 7E".
 inline Bytes hexBytes(const char* hex) {
     Bytes out;
-    unsigned value = 0;
-    int digits = 0;
-    for (const char* p = hex; *p; ++p) {
-        int d;
-        if (*p >= '0' && *p <= '9')
-            d = *p - '0';
-        else if (*p >= 'A' && *p <= 'F')
-            d = *p - 'A' + 10;
-        else if (*p >= 'a' && *p <= 'f')
-            d = *p - 'a' + 10;
-        else
-            continue;
-        value = value * 16 + static_cast<unsigned>(d);
-        if (++digits == 2) {
-            out.push_back(static_cast<unsigned char>(value));
-            value = 0;
-            digits = 0;
-        }
-    }
+    std::istringstream in(hex);
+    for (unsigned value; in >> std::hex >> value;) out += static_cast<char>(value);
     return out;
+}
+
+typedef SafePointer<BaseDomain> Domain;
+
+inline Domain result(int code) {
+    EtResult* r = new EtResult();
+    r->setCode(code);
+    return Domain(r);
 }
 
 inline SafePointer<CommandParam> makeCommand(unsigned commandId, const DomainList& domains = DomainList()) {
@@ -71,13 +58,16 @@ inline const SDKCommandParam& sdk(const SafePointer<CommandParam>& param) {
     return dynamic_cast<const SDKCommandParam&>(*param);
 }
 
-// A datagram with a well-formed head (check byte computed) and the body behind it.
-Bytes datagram(unsigned commandId, const Bytes& body, uint32_t declaredLength);
-inline Bytes datagram(unsigned commandId, const Bytes& body) {
-    return datagram(commandId, body, static_cast<uint32_t>(body.size()));
-}
-inline Bytes datagram(unsigned commandId, const std::string& body) {
-    return datagram(commandId, Bytes(body.begin(), body.end()));
+// A datagram with a well-formed head (check byte computed) and the body
+// behind it; the head declares the body's length unless told otherwise.
+inline Bytes datagram(unsigned commandId, const Bytes& body, int64_t declaredLength = -1) {
+    SDKCommandHeadInfo head;
+    head.nVersion = 1;
+    head.nCommandID = commandId;
+    head.nPayloadLength = static_cast<uint32_t>(declaredLength < 0 ? body.size() : declaredLength);
+    unsigned char bytes[SDKCommandHeadParser::kHeadLength];
+    SDKCommandHeadParser::encodeHead(head, bytes);
+    return Bytes(reinterpret_cast<const char*>(bytes), sizeof(bytes)) + body;
 }
 
 }  // namespace protocol_test

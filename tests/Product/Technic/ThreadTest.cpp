@@ -1,271 +1,178 @@
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
 #include <atomic>
-#include <chrono>
-#include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "Product/Technic/GThread.h"
 #include "Product/Technic/OLSystem.h"
 #include "Product/Technic/OLThread.h"
-#include "TempDir.h"
+#include "TestSupport.h"
 
 namespace {
 
-void pause(int ms) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-}
-
-// Waits up to five seconds for a condition.
-template <class F>
-bool eventually(F condition) {
-    for (int i = 0; i < 500 && !condition(); ++i) pause(10);
-    return condition();
-}
-
-class CountingThread : public OLThread {
+class Worker : public OLThread {
   public:
-    CountingThread() : OLThread("counting") {}
-    ~CountingThread() override {
-        m_bQuit = true;
+    ~Worker() override {
+        quit = true;
         stop();
     }
-    std::atomic<bool> m_bQuit{false};
-    std::atomic<bool> m_bBegun{false};
-    std::atomic<int> m_nRuns{0};
-    bool m_bNotify = true;
+    std::atomic<bool> quit{false}, begun{false};
+    bool notify = true;
 
   protected:
     int run() override {
-        m_bBegun = true;
-        if (m_bNotify) notifyStarted();
-        ++m_nRuns;
-        while (!m_bQuit) pause(5);
+        begun = true;
+        if (notify) notifyStarted();
+        while (!quit) pause(5);
         return 7;
     }
 };
 
-// Each thread test runs in a temporary directory, where the relative thread
-// exception log path leads into ./mnt/mtd/log, with the stop log there too.
+// The thread exception log and the stop log of each test lie in a temporary directory.
 class GThreadTest : public testing::Test {
   protected:
     void SetUp() override {
-        char cwd[4096];
-        ASSERT_NE(getcwd(cwd, sizeof(cwd)), nullptr);
-        m_strOldDir = cwd;
-        ASSERT_EQ(std::system(("mkdir -p '" + m_objDir.path() + "/mnt/mtd/log'").c_str()), 0);
-        ASSERT_EQ(chdir(m_objDir.path().c_str()), 0);
+        setThreadExceptionLogPath(m_objDir.file("ThreadException.log"));
         setStopLogPath(m_objDir.file("Reboot.log"));
         ASSERT_TRUE(isSystemRunning());
     }
     void TearDown() override {
-        if (!isSystemRunning()) {
-            testing::internal::CaptureStdout();
-            setSystemRunningFlag(true, "restored by test");
-            testing::internal::GetCapturedStdout();
-        }
+        testing::internal::CaptureStdout();
+        setSystemRunningFlag(true, "restored by test");
+        testing::internal::GetCapturedStdout();
+        setThreadExceptionLogPath("");
         setStopLogPath("");
-        ASSERT_EQ(chdir(m_strOldDir.c_str()), 0);
     }
-
-    // The lines of the thread exception log without their time stamps.
-    std::vector<std::string> exceptionLog() const {
-        std::vector<std::string> lines;
-        std::istringstream in(TempDir::read(m_objDir.file("mnt/mtd/log/ThreadException.log")));
-        for (std::string line; std::getline(in, line);) lines.push_back(line.substr(19));
-        return lines;
-    }
+    Lines exceptionLog() const { return logLines(m_objDir.file("ThreadException.log")); }
+    Lines stopLog() const { return logLines(m_objDir.file("Reboot.log")); }
 
     TempDir m_objDir;
-    std::string m_strOldDir;
 };
 
+// A callable that counts its calls, returns a result or throws a text; as a
+// run callable it paces the loop.
 struct Counter {
     std::atomic<int> calls{0};
     int result = 0;
+    const char* throws = nullptr;
     int call() {
         ++calls;
+        pause(1);
+        if (throws != nullptr) throw OLRuntimeError(throws);
         return result;
     }
     function<int> fn() { return function<int>(&Counter::call, this); }
 };
 
-// A run callable that counts its calls and paces the loop.
-function<int> busy(std::atomic<int>& calls) {
-    return function<int>([&calls] {
-        ++calls;
-        pause(2);
-        return 0;
-    });
-}
-
 }  // namespace
 
 TEST(OLThreadTest, StartStopWaitAndRestart) {
-    CountingThread thread;
+    Worker thread;
     EXPECT_EQ(thread.stop(), -4);  // never started
     ASSERT_EQ(thread.start(), 0);
-    EXPECT_TRUE(thread.m_bBegun);  // start() returns after run() has begun
-    EXPECT_TRUE(thread.isRunning());
+    EXPECT_TRUE(thread.begun);  // start() returns after run() has begun
     EXPECT_EQ(thread.start(), -5);
-    EXPECT_NE(thread.getThreadId(), OLThread::currentThreadId());
     std::thread releaser([&] {
         pause(30);
-        thread.m_bQuit = true;
+        thread.quit = true;
     });
     EXPECT_EQ(thread.waitForExit(), 0);  // joined the running thread
     releaser.join();
-    EXPECT_FALSE(thread.isRunning());
-    EXPECT_EQ(thread.waitForExit(), -4);
     EXPECT_EQ(thread.stop(), -4);  // already ended: handle closed
     EXPECT_EQ(thread.getExitResult(), 7);
 
     // A run() that never calls notifyStarted still lets start() return; a second start works.
-    thread.m_bNotify = false;
+    thread.notify = false;
+    thread.begun = false;
     ASSERT_EQ(thread.start(), 0);
-    EXPECT_TRUE(eventually([&] { return thread.m_nRuns == 2 && !thread.isRunning(); }));
+    EXPECT_TRUE(eventually([&] { return thread.begun && !thread.isRunning(); }));
 }
 
-TEST_F(GThreadTest, RunResultEndsTheLoopAndTeardownRunsOnce) {
+// A run result other than 0 ends the loop; stop runs teardown once. A start
+// after stop runs setup again and counts anew, a second start changes nothing,
+// and destroying the running thread forces a stop.
+TEST_F(GThreadTest, LifecycleWithoutFailures) {
     Counter body, setup, teardown;
-    body.result = -1;
-    GThread thread(body.fn(), "worker", setup.fn(), teardown.fn());
-    ASSERT_TRUE(thread.start());
-    EXPECT_EQ(setup.calls, 1);
-    EXPECT_TRUE(eventually([&] { return !thread.isRunning(); }));
-    EXPECT_EQ(body.calls, 1);
-    EXPECT_EQ(thread.getRunCount(), 1);
-    EXPECT_EQ(thread.getResult(), -1);
-    EXPECT_EQ(thread.getInfo()->state, 2);
+    std::string threadId;
+    {
+        body.result = -1;
+        GThread thread(body.fn(), "worker", setup.fn(), teardown.fn());
+        ASSERT_TRUE(thread.start());
+        EXPECT_TRUE(eventually([&] { return !thread.isRunning(); }));
+        EXPECT_EQ(body.calls, 1);
+        EXPECT_EQ(thread.getResult(), -1);
+        EXPECT_TRUE(thread.stop());
+        EXPECT_TRUE(thread.stop());
+        EXPECT_EQ(teardown.calls, 1);
+        ASSERT_TRUE(thread.start());
+        EXPECT_TRUE(eventually([&] { return !thread.isRunning(); }));
+        EXPECT_EQ(setup.calls, 2);
+        EXPECT_EQ(thread.getRunCount(), 1);
+        EXPECT_TRUE(thread.stop());
+        EXPECT_TRUE(exceptionLog().empty());
+
+        body.result = 0;
+        ASSERT_TRUE(thread.start());
+        ASSERT_TRUE(eventually([&] { return body.calls >= 5; }));
+        const int runs = thread.getRunCount();
+        EXPECT_TRUE(thread.start());
+        EXPECT_EQ(setup.calls, 3);
+        EXPECT_GE(thread.getRunCount(), runs);
+        threadId = std::to_string(thread.getInfo()->threadId);
+    }
+    EXPECT_EQ(teardown.calls, 3);
+    EXPECT_EQ(exceptionLog(), Lines{",[ThreadException] force stop thread(worker," + threadId + ")"});
     EXPECT_TRUE(isSystemRunning());
-    EXPECT_TRUE(thread.stop());
-    EXPECT_TRUE(thread.stop());
-    EXPECT_EQ(teardown.calls, 1);
-    EXPECT_TRUE(exceptionLog().empty());
-
-    // A limit of passes ends the loop as well.
-    Counter limited;
-    GThread counted(limited.fn(), "limited");
-    counted.setRemaining(3);
-    ASSERT_TRUE(counted.start());
-    EXPECT_TRUE(eventually([&] { return !counted.isRunning(); }));
-    EXPECT_EQ(limited.calls, 3);
-    EXPECT_TRUE(counted.stop());
-}
-
-TEST_F(GThreadTest, StartOnARunningThreadChangesNothing) {
-    Counter setup;
-    std::atomic<int> calls{0};
-    GThread thread(busy(calls), "busy", setup.fn());
-    ASSERT_TRUE(thread.start());
-    ASSERT_TRUE(eventually([&] { return calls >= 3; }));
-    const int seen = thread.getRunCount();
-    EXPECT_TRUE(thread.start());
-    EXPECT_EQ(setup.calls, 1);
-    EXPECT_GE(thread.getRunCount(), seen);
-    EXPECT_TRUE(thread.stop());
-    EXPECT_EQ(thread.getInfo()->state, 2);
-
-    // start after stop: a new thread, setup again, the count from zero.
-    const int before = calls;
-    ASSERT_TRUE(thread.start());
-    EXPECT_EQ(setup.calls, 2);
-    ASSERT_TRUE(eventually([&] { return calls > before; }));
-    EXPECT_LE(thread.getRunCount(), calls - before);
-    EXPECT_TRUE(thread.stop());
 }
 
 // A setup or teardown that fails by result or by exception: start and stop
 // say false, the exception log gets a line each, and an exception also takes
 // the process's running flag down. setupDone stays set, so stop runs teardown.
 TEST_F(GThreadTest, SetupAndTeardownFailures) {
-    bool throws = false;
-    auto failing = [&](int result, const char* text) {
-        return function<int>([&throws, result, text]() -> int {
-            if (throws) throw std::runtime_error(text);
-            return result;
-        });
-    };
     const std::string id = std::to_string(OLThread::currentThreadId());
+    const std::string line = ",[ThreadException] thread(failing,";
+    testing::internal::CaptureStdout();
     for (bool exception : {false, true}) {
-        throws = exception;
-        Counter body;
-        GThread thread(body.fn(), "failing", failing(5, "setup broke"), failing(3, "teardown broke"));
-        testing::internal::CaptureStdout();
+        Counter body, setup, teardown;
+        setup.result = 5;
+        teardown.result = 3;
+        if (exception) setup.throws = "setup broke", teardown.throws = "teardown broke";
+        GThread thread(body.fn(), "failing", setup.fn(), teardown.fn());
         EXPECT_FALSE(thread.start());
         EXPECT_EQ(isSystemRunning(), !exception);
         setSystemRunningFlag(true, "restored by test");
         EXPECT_FALSE(thread.stop());
         EXPECT_EQ(isSystemRunning(), !exception);
-        EXPECT_TRUE(thread.stop());  // teardown ran once
+        EXPECT_TRUE(thread.stop());
         setSystemRunningFlag(true, "restored by test");
-        testing::internal::GetCapturedStdout();
         EXPECT_EQ(body.calls, 0);
+        EXPECT_EQ(teardown.calls, 1);
     }
+    testing::internal::GetCapturedStdout();
+    // Raising the flag again writes nothing to the stop log.
+    EXPECT_EQ(stopLog(),
+              (Lines{",[SystemStop] GThread setup exception.", ",[SystemStop] GThread teardown exception."}));
     EXPECT_EQ(exceptionLog(),
-              (std::vector<std::string>{
-                  ",[ThreadException] thread(failing," + id + ") setup failed. result= 5",
-                  ",[ThreadException] thread(failing,0) teardown failed,result=3",
-                  ",[ThreadException] thread(failing," + id + ") setup exception,massage[setup broke]",
-                  ",[ThreadException] thread(failing,0) teardown exception,massage[teardown broke]"}));
+              (Lines{line + id + ") setup failed. result= 5", line + "0) teardown failed,result=3",
+                     line + id + ") setup exception,massage[setup broke]",
+                     line + "0) teardown exception,massage[teardown broke]"}));
 }
 
+// A run exception takes the process down: the other GThread leaves its loop on its next pass.
 TEST_F(GThreadTest, RunExceptionTakesTheProcessDown) {
-    std::atomic<int> otherCalls{0};
-    GThread other(busy(otherCalls), "bystander");
+    Counter body, boom;
+    boom.throws = "broken pointer";
+    GThread other(body.fn(), "bystander"), thrower(boom.fn(), "thrower");
     ASSERT_TRUE(other.start());
-    GThread thrower(function<int>([]() -> int {
-                        const char* text = "broken pointer";
-                        throw OLRuntimeError(text);
-                    }),
-                    "thrower");
     testing::internal::CaptureStdout();
     ASSERT_TRUE(thrower.start());
-    EXPECT_TRUE(eventually([&] { return !isSystemRunning(); }));
-    // The second GThread leaves its loop on its next pass.
-    EXPECT_TRUE(eventually([&] { return !other.isRunning() && !thrower.isRunning(); }));
-    const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_NE(printed.find("Flag=0 Reason=GThread running exception.\n"), std::string::npos) << printed;
+    EXPECT_TRUE(eventually([&] { return !isSystemRunning() && !other.isRunning() && !thrower.isRunning(); }));
+    EXPECT_EQ(
+        testing::internal::GetCapturedStdout(),
+        "\n~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~setSystemRunningFlag~~~~~~~~~~~~~~~~~~~~~~~~~~~ Flag=0 "
+        "Reason=GThread running exception.\n");
     EXPECT_EQ(other.getInfo()->state, 2);
-    EXPECT_EQ(exceptionLog(), (std::vector<std::string>{",[ThreadException] thread(thrower," +
-                                                        std::to_string(thrower.getInfo()->threadId) +
-                                                        ") running exception,message[broken pointer]"}));
-    EXPECT_EQ(TempDir::read(m_objDir.file("Reboot.log")).substr(19),
-              ",[SystemStop] GThread running exception.\n");
+    EXPECT_EQ(exceptionLog(),
+              Lines{",[ThreadException] thread(thrower," + std::to_string(thrower.getInfo()->threadId) +
+                    ") running exception,message[broken pointer]"});
+    EXPECT_EQ(stopLog(), Lines{",[SystemStop] GThread running exception."});
     EXPECT_TRUE(thrower.stop());
     EXPECT_TRUE(other.stop());
-}
-
-TEST_F(GThreadTest, DestroyingARunningThreadForcesAStop) {
-    Counter teardown;
-    std::atomic<int> calls{0};
-    int threadId = 0;
-    {
-        GThread thread(busy(calls), "doomed", function<int>(), teardown.fn());
-        ASSERT_TRUE(thread.start());
-        ASSERT_TRUE(eventually([&] { return thread.getInfo()->threadId != 0; }));
-        threadId = thread.getInfo()->threadId;
-    }
-    EXPECT_EQ(teardown.calls, 1);
-    EXPECT_EQ(exceptionLog(), (std::vector<std::string>{",[ThreadException] force stop thread(doomed," +
-                                                        std::to_string(threadId) + ")"}));
-
-    // Default callables return 0 and log nothing.
-    GThread idle(function<int>(), "idle");
-    ASSERT_TRUE(idle.start());
-    EXPECT_TRUE(idle.stop());
-    EXPECT_EQ(exceptionLog().size(), 1u);
-}
-
-TEST(FunctionTest, CopiesShareOneCallable) {
-    int calls = 0;
-    function<int> counting([calls]() mutable { return ++calls; });
-    function<int> copy(counting);
-    EXPECT_EQ(counting(), 1);
-    EXPECT_EQ(copy(), 2);  // the same callable, not a copy of it
-    EXPECT_EQ(function<int>()(), 0);
 }

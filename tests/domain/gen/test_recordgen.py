@@ -1,6 +1,7 @@
 """The record generator: each item kind read and emitted, and every mistake in
 the schema reported with its file and line."""
 
+import functools
 import os
 import sys
 import tempfile
@@ -67,30 +68,26 @@ class Errors(unittest.TestCase):
         self.assertTrue(str(ctx.exception).startswith(where + ": "), str(ctx.exception))
         self.assertIn(fragment, str(ctx.exception))
 
-    def test_notation(self):
+    def test_notation_and_schema_checks(self):
+        parse, check = functools.partial(notation.parse_rec_file, "bad.rec"), functools.partial(catalogue, path="bad.rec")
+        r0 = "R0 (9):\n    no attributes\n"
         cases = [
-            ("R 1:\n    A int\n", 1, "entry head"),
-            ("R (1):\n    A int;\n    B integer\n", 3, "cannot read item"),
-            ("R (1):\n    A int\n    @bogus\n", 3, "unknown annotation"),
-            ("R (1):\n    A bool (16-bit)\n", 2, "applies to int only"),
-            ("R (1):\n    A int = x\n", 2, "bad int default"),
-            ("R (1):\n    A child { B int\n", 2, "unbalanced"),
-            ("    A int\n", 1, "outside an entry"),
-            ("R (1):\n    A int\n    @short\n    B int\n", 4, "after the annotations"),
+            (parse, "R 1:\n    A int\n", 1, "entry head"),
+            (parse, "R (1):\n    A int;\n    B integer\n", 3, "cannot read item"),
+            (parse, "R (1):\n    A int\n    @bogus\n", 3, "unknown annotation"),
+            (parse, "R (1):\n    A bool (16-bit)\n", 2, "applies to int only"),
+            (parse, "R (1):\n    A int = x\n", 2, "bad int default"),
+            (parse, "R (1):\n    A child { B int\n", 2, "unbalanced"),
+            (parse, "    A int\n", 1, "outside an entry"),
+            (parse, "R (1):\n    A int\n    @short\n    B int\n", 4, "after the annotations"),
+            (check, r0 + "R (1):\n    A? child Missing\n", 7, "no schema defines"),
+            (check, r0 + "R (1):\n    A child (no content)\n", 7, "needs @record hand"),
+            (check, r0 + "R (2):\n    A int\n", 6, "identifier 2 is already used"),
+            (check, r0 + "R (1):\n    A int\n    @line Z \"x\"\n", 8, "names Z"),
+            (check, r0 + "R (1):\n    A int; B int\n    @parse B\n", 8, "leaves out A"),
         ]
-        for text, line, fragment in cases:
-            self.assertError("bad.rec:%d" % line, fragment, lambda: notation.parse_rec_file("bad.rec", text))
-
-    def test_schema_checks(self):
-        cases = [
-            ("R (1):\n    A? child Missing\n", "s.rec:7", "no schema defines"),
-            ("R (1):\n    A child (no content)\n", "s.rec:7", "needs @record hand"),
-            ("R (2):\n    A int\n", "s.rec:6", "identifier 2 is already used"),
-            ("R (1):\n    A int\n    @line Z \"x\"\n", "s.rec:8", "names Z"),
-            ("R (1):\n    A int; B int\n    @parse B\n", "s.rec:8", "leaves out A"),
-        ]
-        for text, where, fragment in cases:
-            self.assertError(where, fragment, lambda: catalogue("R0 (9):\n    no attributes\n" + text, "s.rec"))
+        for fn, text, line, fragment in cases:
+            self.assertError("bad.rec:%d" % line, fragment, lambda: fn(text))
 
     def test_rows_and_hand_files(self):
         with tempfile.TemporaryDirectory() as root:
