@@ -95,8 +95,9 @@ TEST(DeviceListModelTest, OneRowPerDeviceIdAndAddressUpdatedInPlace) {
         {DeviceListModel::DeviceNameColumn, "door"},
     };
     ASSERT_EQ(static_cast<size_t>(model.columnCount()), columns.size());
-    for (const auto& column : columns) {
-        EXPECT_EQ(column.second, model.index(0, column.first).data()) << column.first;
+    for (const auto& [column, value] : columns) {
+        const QVariant shown = model.index(0, column).data();
+        EXPECT_EQ(value, shown) << column << ": " << shown.toString().toStdString();
     }
     const QVariant record = model.index(0, DeviceListModel::PortColumn).data(DeviceListModel::RecordRole);
     EXPECT_EQ("sw-A", record.value<NetVideoDeviceInfo>().getSoftwareVer());

@@ -49,11 +49,11 @@ wait_for '[ -s "$work/ready" ]'
 
 python3 - <<'EOF'
 import functools, operator, socket, struct, time
-def sdk(command, sequence, body, check_flip=0):
-    head = struct.pack(">2sHHBBIIIH", b"\xaf\xaf", 1, sequence, 0x80, 0, command, 0, len(body), 0)
+def sdk(command, sequence, body, check_flip=0, reserved=0):
+    head = struct.pack(">2sHHBBIIIH", b"\xaf\xaf", 1, sequence, 0x80, 0, command, 0, len(body), reserved)
     return head + bytes([functools.reduce(operator.xor, head) ^ check_flip, 0x23]) + body
 udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-udp.sendto(sdk(30542, 4660, b"<a/>", check_flip=0x10), ("127.0.0.1", 30001))
+udp.sendto(sdk(30542, 4660, b"<a/>", check_flip=0x10, reserved=1), ("127.0.0.1", 30001))
 udp.sendto(sdk(30540, 4661, b"")[:20], ("127.0.0.1", 31002))
 udp.sendto(b"\xfe" + bytes(19) + struct.pack(">I", 100) + bytes(10), ("127.0.0.1", 30003))
 # Two binary bodies on one stream; the second command is split over two segments.
@@ -111,7 +111,7 @@ EOF
 # Expert groups: 16777216 is Checksum, 117440512 Malformed.
 expect "malformed datagrams" "$(
     cat <<'EOF'
-30001,4660,0,16777216,Check byte 0x8A is wrong: bytes 0 to 21 give 0x9A
+30001,4660,0,16777216,Check byte 0x8B is wrong: bytes 0 to 21 give 0x9B
 31002,,,117440512,20 bytes, shorter than the 24-byte head
 30003,,,117440512,117440512,117440512,Marker is not 0xFF,Payload length 100, but 10 bytes follow the envelope,10 bytes behind the envelope, shorter than the 76-byte command head
 EOF
