@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -68,73 +67,34 @@ Devsim::Devsim(const testsupport::Netns& ns, const std::string& range,
     const int fd = mkstemp(ready);
     if (fd < 0) throw std::runtime_error("mkstemp failed");
     close(fd);
-    m_strReady = ready;
-    std::vector<std::string> args{"--range", range, "--ready-file", m_strReady};
+    std::vector<std::string> args{"--range", range, "--ready-file", ready};
     args.insert(args.end(), options.begin(), options.end());
-    m_pProcess = std::make_unique<NsProcess>(ns, devsimPath(), args);
+    m_pProcess = std::make_unique<NsProcess>(ns, DS_E2E_DEVSIM, args);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (readFile(m_strReady).empty()) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            unlink(m_strReady.c_str());
-            throw std::runtime_error("devsim did not come up on " + range);
-        }
+    while (readFile(ready).empty() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    unlink(m_strReady.c_str());
-}
-
-void addAddresses(const testsupport::Netns& ns, const std::string& dev, const std::string& prefix, int first,
-                  int last, int prefixLength) {
-    char batch[] = "/tmp/ds-e2e-ip-XXXXXX";
-    const int fd = mkstemp(batch);
-    if (fd < 0) throw std::runtime_error("mkstemp failed");
-    std::string lines;
-    for (int i = first; i <= last; ++i) {
-        lines += "addr add " + prefix + "." + std::to_string(i) + "/" + std::to_string(prefixLength) +
-                 " dev " + dev + "\n";
-    }
-    const bool written = write(fd, lines.data(), lines.size()) == static_cast<ssize_t>(lines.size());
-    close(fd);
-    const std::string command = "ip -n " + ns.name() + " -batch " + batch + " 2>&1";
-    const int status = written ? std::system(command.c_str()) : -1;
-    unlink(batch);
-    if (status != 0) throw std::runtime_error("adding addresses failed: " + command);
-}
-
-void Collector::mark() {
-    std::lock_guard<std::mutex> guard(m_objLock);
-    m_objStart = std::chrono::steady_clock::now();
+    const bool up = !readFile(ready).empty();
+    unlink(ready);
+    if (!up) throw std::runtime_error("devsim did not come up on " + range);
 }
 
 void Collector::add(const NetVideoDeviceInfo& record) {
     std::lock_guard<std::mutex> guard(m_objLock);
-    const double at = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_objStart).count();
-    m_vecArrivals.push_back({record, at});
+    m_vecRecords.push_back(record);
     m_objChanged.notify_all();
 }
 
 bool Collector::waitFor(size_t count, std::chrono::milliseconds limit) {
     std::unique_lock<std::mutex> guard(m_objLock);
-    return m_objChanged.wait_for(guard, limit, [&] { return m_vecArrivals.size() >= count; });
+    return m_objChanged.wait_for(guard, limit, [&] { return m_vecRecords.size() >= count; });
 }
 
-std::vector<Arrival> Collector::take() {
+std::vector<NetVideoDeviceInfo> Collector::take() {
     std::lock_guard<std::mutex> guard(m_objLock);
-    std::vector<Arrival> out;
-    out.swap(m_vecArrivals);
+    std::vector<NetVideoDeviceInfo> out;
+    out.swap(m_vecRecords);
     return out;
-}
-
-size_t Collector::size() {
-    std::lock_guard<std::mutex> guard(m_objLock);
-    return m_vecArrivals.size();
-}
-
-std::string devsimPath() {
-    return DS_E2E_DEVSIM;
-}
-std::string devsearchPath() {
-    return DS_E2E_DEVSEARCH;
 }
 
 std::string readFile(const std::string& path) {

@@ -1,8 +1,8 @@
 #pragma once
 
 // Helpers of the end-to-end suite: child processes started inside a network
-// namespace (devsim, the devsearch tool), many addresses on one interface,
-// and a thread-safe collector of the records that the search signals.
+// namespace (devsim, the devsearch tool) and a thread-safe collector of the
+// records that the search signals.
 
 #include <sys/types.h>
 
@@ -35,45 +35,28 @@ class NsProcess {
     pid_t m_nPid = -1;
 };
 
-// devsim in `ns` on the addresses first..last, with extra options; returns
-// once its sockets are open (or throws).
+// devsim in `ns` on the addresses of `range` ("first-last"), with extra
+// options; returns once its sockets are open (or throws).
 class Devsim {
   public:
     Devsim(const testsupport::Netns& ns, const std::string& range, const std::vector<std::string>& options);
 
   private:
-    std::string m_strReady;
     std::unique_ptr<NsProcess> m_pProcess;
-};
-
-// "prefix.N" for N in first..last, added to `dev` in `ns` in one `ip -batch`.
-void addAddresses(const testsupport::Netns& ns, const std::string& dev, const std::string& prefix, int first,
-                  int last, int prefixLength);
-
-struct Arrival {
-    NetVideoDeviceInfo record;
-    double at;  // seconds since the collector's start mark
 };
 
 class Collector {
   public:
-    void mark();
     void add(const NetVideoDeviceInfo& record);
     // Waits until at least `count` records arrived or `limit` passed.
     bool waitFor(size_t count, std::chrono::milliseconds limit);
-    std::vector<Arrival> take();
-    size_t size();
+    std::vector<NetVideoDeviceInfo> take();
 
   private:
     std::mutex m_objLock;
     std::condition_variable m_objChanged;
-    std::vector<Arrival> m_vecArrivals;
-    std::chrono::steady_clock::time_point m_objStart = std::chrono::steady_clock::now();
+    std::vector<NetVideoDeviceInfo> m_vecRecords;
 };
-
-// Path of a built program, from the build's compile definitions.
-std::string devsimPath();
-std::string devsearchPath();
 
 // Reads a whole file.
 std::string readFile(const std::string& path);

@@ -1,6 +1,7 @@
 // The device list model under Qt's model checker: rows by device id and
-// address fed through the listener objects from other threads, updates,
-// clearing by search, the row limit, and the range search's end signal.
+// address fed through the listener objects from other threads (each record a
+// queued copy, its fields in the columns), updates, clearing by search, the
+// row limit, and the range search's end signal.
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
 
@@ -34,21 +35,16 @@ void emitRecord(DeviceListModel::Search search, const std::string& id, const std
     s.setMACAddr("00:11:22:33:44:" + id);
     DeviceSearch* controller = DeviceSearch::GetInstance();
     auto emitIt = [&] {
-        if (search == DeviceListModel::MulticastSearch) {
-            controller->getIPsearchListener()->onDeviceDiscovered(s);
-            return;
-        }
+        if (search == DeviceListModel::MulticastSearch)
+            return controller->getIPsearchListener()->onDeviceDiscovered(s);
         NetVideoDeviceInfo r;
         r.setDeviceId(id);
         r.setDeviceIP(ip);
-        r.setDevicePort(30001);
-        r.setProductModel("IPC-" + id);
         r.setDeviceName(name);
         controller->getDeviceSearcherListener()->onSearchResult(r);
     };
     if (!ownThread) return emitIt();
-    std::thread engine(emitIt);
-    engine.join();
+    std::thread(emitIt).join();
 }
 
 std::vector<std::string> ids(const DeviceListModel& model) {
@@ -71,11 +67,8 @@ TEST(DeviceListModelTest, OneRowPerDeviceIdAndAddressUpdatedInPlace) {
 
     const struct {
         DeviceListModel::Search search;
-        const char* id;
-        const char* ip;
-        const char* name;
-        int rows;
-        int changes;
+        const char *id, *ip, *name;
+        int rows, changes;
     } steps[] = {
         {DeviceListModel::RangeSearch, "A", "10.0.0.1", "gate", 1, 0},      // the same record: nothing
         {DeviceListModel::MulticastSearch, "A", "10.0.0.1", "door", 1, 1},  // changed: its row
@@ -102,12 +95,11 @@ TEST(DeviceListModelTest, OneRowPerDeviceIdAndAddressUpdatedInPlace) {
         {DeviceListModel::DeviceNameColumn, "door"},
     };
     ASSERT_EQ(static_cast<size_t>(model.columnCount()), columns.size());
-    for (const auto& column : columns) {
-        EXPECT_EQ(column.second, model.index(0, column.first).data()) << column.first;
+    for (const auto& [column, value] : columns) {
+        const QVariant shown = model.index(0, column).data();
+        EXPECT_EQ(value, shown) << column << ": " << shown.toString().toStdString();
     }
     const QVariant record = model.index(0, DeviceListModel::PortColumn).data(DeviceListModel::RecordRole);
-    ASSERT_TRUE(record.canConvert<NetVideoDeviceInfo>());
-    EXPECT_EQ("door", record.value<NetVideoDeviceInfo>().getDeviceName());
     EXPECT_EQ("sw-A", record.value<NetVideoDeviceInfo>().getSoftwareVer());
 }
 

@@ -1,8 +1,5 @@
-// The controller with its real engines on the transfer seam: records reach a
-// receiver on the application's thread through the listener objects' signal.
-#include <QCoreApplication>
-#include <QThread>
-
+// The controller with its real engines on the transfer seam: what each start
+// sends, from which adapters, and what reaches a receiver of the signals.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -18,32 +15,18 @@ namespace {
 using namespace enginetest;
 using namespace std::chrono_literals;
 
-// Records of one listener object, received on the application's thread.
-class Receiver {
-  public:
+// Records of one listener object, received in the application's event loop.
+struct Receiver {
     template <class Listener>
     explicit Receiver(Listener* listener) {
-        QObject::connect(listener, &Listener::IPSearchSend, &m_context, [this](const NetVideoDeviceInfo& r) {
-            m_records.push_back(r);
-            m_bOnAppThread = m_bOnAppThread && QThread::currentThread() == QCoreApplication::instance()->thread();
-        });
+        QObject::connect(listener, &Listener::IPSearchSend, &context,
+                         [this](const NetVideoDeviceInfo& r) { records.push_back(r); });
     }
-    bool waitFor(size_t n, std::chrono::milliseconds limit = 5000ms) {
-        return testqt::processUntil([&] { return m_records.size() >= n; }, limit);
+    bool waitFor(size_t n) {
+        return testqt::processUntil([&] { return records.size() >= n; }, 5000ms);
     }
-    std::set<std::string> ids() const {
-        std::set<std::string> out;
-        for (const auto& r : m_records) out.insert(r.getDeviceId());
-        return out;
-    }
-    const std::vector<NetVideoDeviceInfo>& records() const { return m_records; }
-    bool onAppThread() const { return m_bOnAppThread; }
-    void clear() { m_records.clear(); }
-
-  private:
-    QObject m_context;
-    std::vector<NetVideoDeviceInfo> m_records;
-    bool m_bOnAppThread = true;
+    QObject context;
+    std::vector<NetVideoDeviceInfo> records;
 };
 
 class Controller : public ::testing::Test {
@@ -87,7 +70,7 @@ class Controller : public ::testing::Test {
 
 // Runs first: the range search sets the flag before any multicast search has
 // configured its engines, which the next test then starts.
-TEST_F(Controller, RangeSearchReportsTheAnsweringAddressAndThePort) {
+TEST_F(Controller, RangeSearchTakesThePortAndKeepsOrDropsItsListByTheFlag) {
     Receiver receiver(search->getDeviceSearcherListener());
     search->setPort(30123);
     search->setStartIP("10.5.0.2");
@@ -95,15 +78,10 @@ TEST_F(Controller, RangeSearchReportsTheAnsweringAddressAndThePort) {
     EXPECT_EQ(0, search->startSearch(true));
     EXPECT_TRUE(search->getFlag());
     ASSERT_TRUE(receiver.waitFor(2));
-    EXPECT_TRUE(receiver.onAppThread());
-    for (const auto& r : receiver.records()) {
-        EXPECT_EQ(30123, r.getDevicePort());
-        EXPECT_EQ(deviceSummary(7).getSoftWareInfo(), r.getSoftwareVer());
-    }
-    EXPECT_EQ("10.5.0.2", receiver.records()[0].getDeviceIP());
+    for (const auto& r : receiver.records) EXPECT_EQ(30123, r.getDevicePort());
 
     // Started again with the flag set: the old list is dropped.
-    receiver.clear();
+    receiver.records.clear();
     net.clearSent();
     search->setStartIP("10.5.0.9");
     search->setEndIP("10.5.0.9");
@@ -123,12 +101,10 @@ TEST_F(Controller, MulticastSearchOnEveryAdapterReportsAnewOnEveryStart) {
     Receiver receiver(search->getIPsearchListener());
     EXPECT_EQ(-1, search->startSearch(false));
     ASSERT_TRUE(receiver.waitFor(2));
-    EXPECT_EQ((std::set<std::string>{"SIM000002", "SIM000003"}), receiver.ids());
-    EXPECT_TRUE(receiver.onAppThread());
     EXPECT_EQ((std::set<std::string>{"192.0.2.1", "198.51.100.1"}), querySources());
 
     for (int restart = 0; restart < 3; ++restart) {
-        receiver.clear();
+        receiver.records.clear();
         if (restart == 1) search->stopSearch(false);
         if (restart == 2) search->setFlag(false);  // configured once more, same listener
         EXPECT_EQ(-1, search->startSearch(false));

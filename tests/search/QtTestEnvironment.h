@@ -16,16 +16,12 @@
 namespace testqt {
 
 class QtEnvironment : public ::testing::Environment {
-  public:
-    void SetUp() override {
-        static int argc = 1;
-        static char name[] = "devsearch-test";
-        static char* argv[] = {name, nullptr};
-        m_pApp = std::make_unique<QCoreApplication>(argc, argv);
-    }
+    void SetUp() override { m_pApp = std::make_unique<QCoreApplication>(m_nArgc, m_argv); }
     void TearDown() override { m_pApp.reset(); }
 
-  private:
+    int m_nArgc = 1;
+    char m_szName[15] = "devsearch-test";
+    char* m_argv[2] = {m_szName, nullptr};
     std::unique_ptr<QCoreApplication> m_pApp;
 };
 

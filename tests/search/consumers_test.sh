@@ -11,33 +11,23 @@
 set -euo pipefail
 
 if [ "${1:-}" = "--inside" ]; then
-    work=$2
-    devsim=$3
-    sim_pid=""
-    finish() {
-        if [ -n "$sim_pid" ]; then kill "$sim_pid" 2>/dev/null || true; wait "$sim_pid" 2>/dev/null || true; fi
-    }
-    trap finish EXIT
+    work=$2 devsim=$3
 
-    # One link with the client's address and one address per device.
+    # One link with the client's address and one address per device (a veth
+    # end is up once both are).
     ip link set lo up
     ip link add qtex0 type veth peer name qtex1
     ip link set qtex1 up
     ip link set qtex0 up
-    ip addr add 10.79.0.1/24 dev qtex0
-    for i in 10 11 12; do ip addr add "10.79.0.$i/24" dev qtex0; done
+    for i in 1 10 11 12; do ip addr add "10.79.0.$i/24" dev qtex0; done
     ip route add 224.0.0.0/4 dev qtex0
-    for _ in $(seq 100); do
-        ip link show qtex0 | grep -q "state UP" && ip link show qtex1 | grep -q "state UP" && break
-        sleep 0.05
-    done
+    for _ in $(seq 100); do ip link show qtex0 | grep -q "state UP" && break; sleep 0.05; done
 
-    ready="$work/ready"
-    : >"$ready"
-    "$devsim" --range 10.79.0.10-10.79.0.12 --port 30555 --announce-interval 0 --ready-file "$ready" &
+    "$devsim" --range 10.79.0.10-10.79.0.12 --port 30555 --announce-interval 0 --ready-file "$work/ready" &
     sim_pid=$!
-    for _ in $(seq 100); do [ -s "$ready" ] && break; sleep 0.05; done
-    [ -s "$ready" ] || { echo "consumers test: devsim did not come up" >&2; exit 1; }
+    trap 'kill $sim_pid 2>/dev/null || true; wait $sim_pid 2>/dev/null || true' EXIT
+    for _ in $(seq 100); do [ -s "$work/ready" ] && break; sleep 0.05; done
+    [ -s "$work/ready" ] || { echo "consumers test: devsim did not come up" >&2; exit 1; }
 
     "$work/qt_search/qt_search_example" --network-name qtex0 --start-ip 10.79.0.9 --end-ip 10.79.0.13 \
         --port 30555 --expect-multicast 3 --expect-range 3 --seconds 15
@@ -84,20 +74,18 @@ soversion=$(readelf -d "$prefix/lib/libdevsearch.so" | sed -n 's/.*SONAME.*libde
 [ "$("$devsim" --version)" = "devsim $version (libdevsearch SOVERSION $soversion)" ] ||
     fail "devsim --version says '$("$devsim" --version)'"
 
-# The small program through the CMake package and through pkg-config.
+# The small program and both examples through the CMake package, the program
+# through pkg-config too.
 configure() { cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" >/dev/null; }
-configure "$source/tests/search/consumer" "$work/consumer"
-cmake --build "$work/consumer" >/dev/null
+for dir in tests/search/consumer examples/qt_search examples/device_table; do
+    configure "$source/$dir" "$work/${dir##*/}"
+    cmake --build "$work/${dir##*/}" >/dev/null
+done
 "$work/consumer/consumer" | grep -q "libdevsearch $version, headers $version: 1 row, hardware hw-1"
 # shellcheck disable=SC2046
 g++ -std=c++17 -Wall -Wextra -Werror "$source/tests/search/consumer/main.cpp" -o "$work/consumer-pc" \
     $(pkg-config --cflags --libs devsearch)
 "$work/consumer-pc" >/dev/null || fail "the program built with pkg-config failed"
-
-for example in qt_search device_table; do
-    configure "$source/examples/$example" "$work/$example"
-    cmake --build "$work/$example" >/dev/null
-done
 
 unshare -n bash "$0" --inside "$work" "$devsim"
 

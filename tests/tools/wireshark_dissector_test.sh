@@ -7,10 +7,9 @@
 #   wireshark_dissector_test.sh DEVSEARCH DEVSIM DISSECTOR_LUA
 set -euo pipefail
 
-skip() {
+skip() {  # a failure where the tools are required (CI=true)
     echo "wireshark dissector test: $1" >&2
-    [ "${CI:-}" = true ] && exit 1
-    exit 77
+    exit "$([ "${CI:-}" = true ] && echo 1 || echo 77)"
 }
 
 if [ "${1:-}" != "--inside" ]; then
@@ -21,16 +20,10 @@ fi
 devsearch=$2 devsim=$3 lua=$4
 work=$(mktemp -d)
 pids=()
-finish() {
-    for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$work"
-}
-trap finish EXIT
-wait_for() {
+trap 'kill "${pids[@]}" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
+wait_for() {  # wait_for CONDITION: up to 5 s
     for _ in $(seq 100); do eval "$1" && return 0; sleep 0.05; done
-    echo "wireshark dissector test: timed out waiting for: $1" >&2
-    exit 1
+    echo "wireshark dissector test: timed out waiting for: $1" >&2 && exit 1
 }
 
 # The client on 10.81.0.1, three devices beside it; multicast goes out of ws0.
@@ -55,15 +48,12 @@ wait_for '[ -s "$work/ready" ]'
 "$devsearch" range 10.81.0.10-10.81.0.12 >/dev/null 2>&1
 
 python3 - <<'EOF'
-import socket, struct, time
-def sdk(command, sequence, body, check_flip=0):
-    head = struct.pack(">2sHHBBIIIH", b"\xaf\xaf", 1, sequence, 0x80, 0, command, 0, len(body), 0)
-    check = 0
-    for b in head:
-        check ^= b
-    return head + bytes([check ^ check_flip, 0x23]) + body
+import functools, operator, socket, struct, time
+def sdk(command, sequence, body, check_flip=0, reserved=0):
+    head = struct.pack(">2sHHBBIIIH", b"\xaf\xaf", 1, sequence, 0x80, 0, command, 0, len(body), reserved)
+    return head + bytes([functools.reduce(operator.xor, head) ^ check_flip, 0x23]) + body
 udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-udp.sendto(sdk(30542, 4660, b"<a/>", check_flip=0x10), ("127.0.0.1", 30001))
+udp.sendto(sdk(30542, 4660, b"<a/>", check_flip=0x10, reserved=1), ("127.0.0.1", 30001))
 udp.sendto(sdk(30540, 4661, b"")[:20], ("127.0.0.1", 31002))
 udp.sendto(b"\xfe" + bytes(19) + struct.pack(">I", 100) + bytes(10), ("127.0.0.1", 30003))
 # Two binary bodies on one stream; the second command is split over two segments.
@@ -86,18 +76,14 @@ decode() {
         2>>"$work/tshark.err"
 }
 fields() {  # fields FILTER FIELD...: one line per frame, values separated by commas
-    local filter=$1 args=() f
+    local filter=$1
     shift
-    for f; do args+=(-e "$f"); done
-    decode -Y "$filter" -T fields -E separator=, "${args[@]}"
+    # shellcheck disable=SC2046
+    decode -Y "$filter" -T fields -E separator=, $(printf -- '-e %s ' "$@")
 }
 fail=0
 expect() {  # expect NAME EXPECTED ACTUAL
-    if [ "$2" != "$3" ]; then
-        echo "wireshark dissector test: $1 differ (expected, then decoded):" >&2
-        diff <(echo "$2") <(echo "$3") >&2 || true
-        fail=1
-    fi
+    diff <(echo "$2") <(echo "$3") >&2 || { echo "wireshark dissector test: $1 differ (<: expected)" >&2; fail=1; }
 }
 
 # Source, destination, port (none where ephemeral), then the SDK head or the
@@ -125,7 +111,7 @@ EOF
 # Expert groups: 16777216 is Checksum, 117440512 Malformed.
 expect "malformed datagrams" "$(
     cat <<'EOF'
-30001,4660,0,16777216,Check byte 0x8A is wrong: bytes 0 to 21 give 0x9A
+30001,4660,0,16777216,Check byte 0x8B is wrong: bytes 0 to 21 give 0x9B
 31002,,,117440512,20 bytes, shorter than the 24-byte head
 30003,,,117440512,117440512,117440512,Marker is not 0xFF,Payload length 100, but 10 bytes follow the envelope,10 bytes behind the envelope, shorter than the 76-byte command head
 EOF
