@@ -38,14 +38,25 @@ Bytes wrap(Command& command) {
     return enveloped(bytesOf(wire));
 }
 
-TEST(DiscoveryCommandReceiver, MulticastFormFillsAllThreeRecords) {
+// The fields each form fills in, as one line per record.
+std::string filled(const Records& r) {
+    const DeviceSummaryInfo& s = r.summary;
+    return "summary " + s.getDeviceId() + "|" + std::to_string(s.getDeviceType()) + "|" + s.getDeviceIP() + ":" +
+           std::to_string(s.getDevicePort()) + "|" + s.getProductModel() + "|" + s.getHardWareInfo() + "|" +
+           s.getSoftWareInfo() + "|" + s.getDeviceTime() + "|" + s.getManufacturerName() + "|" +
+           s.getManufacturerId() + "|" + s.getMACAddr() + "; access " + r.access.getLocalIp() + ":" +
+           std::to_string(r.access.getControlPort()) + "/" + std::to_string(r.access.getHttpPort()) + "; network " +
+           r.network.getLocalIp() + "|" + r.network.getLocalSubnetMask() + "|" + r.network.getGateway() + "|" +
+           r.network.getPrimaryDNSIp();
+}
+
+TEST(DiscoveryCommandReceiver, EachFormFillsItsFields) {
     DeviceInfoFields f;
     std::strcpy(f.m_szDeviceId, "ID-23");
     f.m_nDeviceType = 7;
     std::strcpy(f.m_szManufacturerName, "not delivered");
     std::strcpy(f.m_szProductModel, "PM");
     std::strcpy(f.m_szMACAddress, "mac");
-    std::strcpy(f.m_szBarCode, "bar");
     std::strcpy(f.m_szHardwareVer, "HV");
     std::strcpy(f.m_szSoftwareVer, "SV");
     std::strcpy(f.m_szDeviceIP, "198.51.100.2");
@@ -54,29 +65,8 @@ TEST(DiscoveryCommandReceiver, MulticastFormFillsAllThreeRecords) {
     std::strcpy(f.m_szPreferredDNSIP, "198.51.100.53");
     f.m_nControlPort = 30001;
     std::strcpy(f.m_szDeviceTime, "T");
-    MulticastCommand cmd(f);
-    Records r;
-    ASSERT_EQ(0, handle(wrap(cmd), r));
-    EXPECT_EQ("198.51.100.2", r.access.getLocalIp());
-    EXPECT_EQ(30001, r.access.getControlPort());
-    EXPECT_EQ(0, r.access.getHttpPort());
-    EXPECT_EQ("198.51.100.2", r.summary.getDeviceIP());
-    EXPECT_EQ(30001, r.summary.getDevicePort());
-    EXPECT_EQ("ID-23", r.summary.getDeviceId());
-    EXPECT_EQ(7, r.summary.getDeviceType());
-    EXPECT_EQ("PM", r.summary.getProductModel());
-    EXPECT_EQ("HV", r.summary.getHardWareInfo());
-    EXPECT_EQ("SV", r.summary.getSoftWareInfo());
-    EXPECT_EQ("T", r.summary.getDeviceTime());
-    EXPECT_EQ("", r.summary.getManufacturerName());
-    EXPECT_EQ("", r.summary.getMACAddr());
-    EXPECT_EQ("198.51.100.2", r.network.getLocalIp());
-    EXPECT_EQ("255.255.255.0", r.network.getLocalSubnetMask());
-    EXPECT_EQ("198.51.100.1", r.network.getGateway());
-    EXPECT_EQ("198.51.100.53", r.network.getPrimaryDNSIp());
-}
+    MulticastCommand form23(f);
 
-TEST(DiscoveryCommandReceiver, BroadcastFormFillsAccessAndSummary) {
     DeviceSummaryInfo s;
     s.setDeviceId("ID-16");
     s.setManufacturerId("MI");
@@ -87,24 +77,8 @@ TEST(DiscoveryCommandReceiver, BroadcastFormFillsAccessAndSummary) {
     s.setDeviceTime("T16");
     DeviceNetwork n;
     n.setLocalIp("203.0.113.9");
-    BroadcastCommand cmd(s, n);
-    Records r;
-    r.network.setGateway("kept");
-    ASSERT_EQ(0, handle(wrap(cmd), r));
-    EXPECT_EQ("203.0.113.9", r.access.getLocalIp());
-    EXPECT_EQ(30001, r.access.getControlPort());
-    EXPECT_EQ(80, r.access.getHttpPort());
-    EXPECT_EQ("ID-16", r.summary.getDeviceId());
-    EXPECT_EQ("MI", r.summary.getManufacturerId());
-    EXPECT_EQ("MN", r.summary.getManufacturerName());
-    EXPECT_EQ("203.0.113.9", r.summary.getDeviceIP());
-    EXPECT_EQ(30001, r.summary.getDevicePort());
-    EXPECT_EQ("T16", r.summary.getDeviceTime());
-    EXPECT_EQ("", r.summary.getProductModel());
-    EXPECT_EQ("kept", r.network.getGateway());
-}
+    BroadcastCommand form16(s, n);
 
-TEST(DiscoveryCommandReceiver, BaseInfoFormFillsAccessAndSummary) {
     DeviceBaseInfo b;
     b.setDeviceID("ID-20");
     b.setDeviceIP("203.0.113.20");
@@ -118,22 +92,25 @@ TEST(DiscoveryCommandReceiver, BaseInfoFormFillsAccessAndSummary) {
     Version v;
     v.setSoftwareVer("S20");
     b.setVersion(v);
-    DeviceBaseInfoCommand cmd(b);
-    Records r;
-    ASSERT_EQ(0, handle(wrap(cmd), r));
-    EXPECT_EQ("203.0.113.20", r.access.getLocalIp());
-    EXPECT_EQ(8000, r.access.getControlPort());
-    EXPECT_EQ("ID-20", r.summary.getDeviceId());
-    EXPECT_EQ("203.0.113.20", r.summary.getDeviceIP());
-    EXPECT_EQ(8000, r.summary.getDevicePort());
-    EXPECT_EQ(9, r.summary.getDeviceType());
-    EXPECT_EQ("MI20", r.summary.getManufacturerId());
-    EXPECT_EQ("", r.summary.getManufacturerName());
-    EXPECT_EQ("", r.summary.getHardWareInfo());
-    EXPECT_EQ("S20", r.summary.getSoftWareInfo());
-    EXPECT_EQ("PM20", r.summary.getProductModel());
-    EXPECT_EQ("T20", r.summary.getDeviceTime());
-    EXPECT_EQ("", r.network.getLocalIp());
+    DeviceBaseInfoCommand form20(b);
+
+    const struct {
+        Command* command;
+        const char* expected;
+    } cases[] = {
+        {&form23,
+         "summary ID-23|7|198.51.100.2:30001|PM|HV|SV|T|||; access 198.51.100.2:30001/0; "
+         "network 198.51.100.2|255.255.255.0|198.51.100.1|198.51.100.53"},
+        // The fixed body carries no model; the network record stays as it was.
+        {&form16, "summary ID-16|2|203.0.113.9:30001||H|S|T16|MN|MI|; access 203.0.113.9:30001/80; network |||kept"},
+        {&form20, "summary ID-20|9|203.0.113.20:8000|PM20||S20|T20||MI20|; access 203.0.113.20:8000/0; network |||kept"},
+    };
+    for (const auto& c : cases) {
+        Records r;
+        r.network.setPrimaryDNSIp("kept");
+        ASSERT_EQ(0, handle(wrap(*c.command), r));
+        EXPECT_EQ(c.expected, filled(r));
+    }
 }
 
 TEST(DiscoveryCommandReceiver, MalformedDatagramsDeliverNothing) {

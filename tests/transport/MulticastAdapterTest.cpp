@@ -284,51 +284,6 @@ TEST_P(MulticastAdapter, JoinFailsWhenTheSocketCannotBeTiedToItsAdapter) {
     });
 }
 
-TEST_P(MulticastAdapter, PlainSocketBoundToAnAdapterSendsThroughIt) {
-    const Family f = GetParam();
-    std::unique_ptr<NetnsRig> rig;
-    DS_NETNS_RIG_OR_SKIP(rig);
-    const auto& B = rig->linkB();
-    const auto& A = rig->linkA();
-    const bool v6 = f.ver == 2;
-    const std::string ipB = v6 ? B.clientIp6 : B.clientIp4;
-    std::unique_ptr<LanSocket> rxA, rxB;
-    rig->lanA().run([&] { rxA = std::make_unique<LanSocket>(f.af, A.peerIf, f.port, f.group); });
-    rig->lanB().run([&] { rxB = std::make_unique<LanSocket>(f.af, B.peerIf, f.port, f.group); });
-    std::unique_ptr<Socket> s;
-    rig->client().run([&] {
-        s = std::make_unique<Socket>(f.ver, 2);
-        ASSERT_TRUE(s->open());
-        ASSERT_TRUE(s->bind(ipB.c_str(), 0));
-    });
-    ASSERT_TRUE(s);
-    // The socket's adapter is looked up in the namespace of the calling thread.
-    rig->client().run([&] { EXPECT_EQ(4, s->sendTo("ping", 4, addr(f.group, f.port, f.ver))); });
-    auto got = rxB->receive(1000);
-    EXPECT_EQ("ping", got.first);
-    EXPECT_EQ(ipB, got.second);
-    EXPECT_EQ("", rxA->receive(100).first);
-}
-
-TEST(MulticastWildcard, BindAndJoinHearsTheGroupOnTheDefaultAdapter) {
-    std::unique_ptr<NetnsRig> rig;
-    DS_NETNS_RIG_OR_SKIP(rig);
-    std::unique_ptr<UDPTransfer> t;
-    rig->client().run([&] {
-        t = std::make_unique<UDPTransfer>(1);
-        ASSERT_EQ(0, t->open());
-        ASSERT_TRUE(t->bindAndJoin(addr("234.5.6.7", 30003, 1)));
-    });
-    ASSERT_TRUE(t);
-    EXPECT_FALSE(dynamic_cast<Socket*>(t->getSocket())->isAdapterBound());
-    rig->lanA().run([&] { LanSocket(AF_INET, rig->linkA().peerIf).sendTo("234.5.6.7", 30003, "wild"); });
-    EXPECT_EQ("wild", receive(*t, 1000));
-    InetAddr local;
-    ASSERT_TRUE(t->getLocalAddr(local));
-    EXPECT_EQ("0.0.0.0", local.getIP());
-    EXPECT_EQ(30003, local.getPORT());
-}
-
 // Linux may report a datagram socket readable and then drop the datagram (a
 // bad checksum is found only when it is read): the receive goes on waiting
 // for the rest of its time instead of failing.

@@ -237,20 +237,6 @@ TEST(Socket, SendBlockGivesUpAfterFourWaits) {
     EXPECT_EQ(0, p.client.sendBlock(chunk.data(), 0, true));
 }
 
-TEST(Socket, RecvRawResults) {
-    TcpPair p;
-    ASSERT_NO_FATAL_FAILURE(p.connect());
-    ASSERT_TRUE(p.server->setNonBlocking(true));
-    char buf[8];
-    EXPECT_EQ(-3, p.server->recvRaw(buf, sizeof(buf)));
-    ASSERT_EQ(3, p.client.send("abc", 3));
-    ASSERT_EQ(0, p.server->waitReadable(1000));
-    EXPECT_EQ(3, p.server->recvRaw(buf, sizeof(buf)));
-    p.client.close();
-    ASSERT_EQ(0, p.server->waitReadable(1000));
-    EXPECT_EQ(-1, p.server->recvRaw(buf, sizeof(buf)));
-}
-
 TEST(Socket, ReceiveBufferOfAMegabyte) {
     Socket s(1, 2);
     ASSERT_TRUE(s.open());
