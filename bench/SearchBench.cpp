@@ -8,6 +8,9 @@
 //                             datagrams for B's address arriving on adapter A;
 //                             the line at the end gives the ratio
 //   BM_StartStopCycles        descriptors left open after start/stop cycles
+//   BM_RangePass/answering:N  one range pass over 20 addresses of LAN A, all of
+//                             them answering (1: the pass ends early) or none
+//                             (0: the batch waits its 3 s window)
 //
 // Run: sudo build/bench/bench_search
 #include <arpa/inet.h>
@@ -49,21 +52,23 @@ std::unique_ptr<testsupport::NetnsRig>& rig() {
 // A device in a LAN namespace that answers every query at once and notes when.
 class LanDevice {
   public:
-    LanDevice(const testsupport::Netns& ns, int index) {
+    // Answers the multicast query on port 31001, or with `rangePort` the range
+    // query on that port (from every address of the LAN side).
+    LanDevice(const testsupport::Netns& ns, int index, unsigned short rangePort = 0) : m_bRange(rangePort != 0) {
         ns.run([&] {
             m_nFd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
             int on = 1;
             setsockopt(m_nFd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
             sockaddr_in local{};
             local.sin_family = AF_INET;
-            local.sin_port = htons(kQueryPort);
+            local.sin_port = htons(m_bRange ? rangePort : kQueryPort);
             bind(m_nFd, reinterpret_cast<sockaddr*>(&local), sizeof(local));
             ip_mreqn join{};
             inet_pton(AF_INET, kSearchGroup, &join.imr_multiaddr);
             join.imr_ifindex = static_cast<int>(if_nametoindex("ethC"));
             setsockopt(m_nFd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &join, sizeof(join));
         });
-        m_answer = answer("BENCH" + std::to_string(index));
+        m_answer = answer("BENCH" + std::to_string(index), m_bRange ? 0x4E : 0x4C);
         m_thread = std::thread([this] { serve(); });
     }
     ~LanDevice() {
@@ -81,17 +86,17 @@ class LanDevice {
             sockaddr_in from{};
             socklen_t length = sizeof(from);
             if (recvfrom(m_nFd, buffer, sizeof(buffer), 0, reinterpret_cast<sockaddr*>(&from), &length) <= 0) continue;
-            from.sin_port = htons(kAnswerPort);
+            if (!m_bRange) from.sin_port = htons(kAnswerPort);
             m_nLastAnswer = Clock::now().time_since_epoch().count();
             sendto(m_nFd, m_answer.data(), m_answer.size(), 0, reinterpret_cast<sockaddr*>(&from), sizeof(from));
         }
     }
     // The answer to the query: the SDK head (check byte over its first 22
     // bytes) and a document with the device's summary.
-    static std::vector<unsigned char> answer(const std::string& id) {
+    static std::vector<unsigned char> answer(const std::string& id, unsigned char command) {
         const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Parameters Version=\"1\">\n"
                                  "\t<DeviceSummaryInfo DeviceId=\"" + id + "\" ProductModel=\"IPC-B\" />\n</Parameters>\n";
-        std::vector<unsigned char> out = {0xAF, 0xAF, 0, 1, 0, 0, 0, 0, 0, 0, 0x77, 0x4C, 0, 0, 0, 0, 0, 0,
+        std::vector<unsigned char> out = {0xAF, 0xAF, 0, 1, 0, 0, 0, 0, 0, 0, 0x77, command, 0, 0, 0, 0, 0, 0,
                                           static_cast<unsigned char>(body.size() >> 8),
                                           static_cast<unsigned char>(body.size()), 0, 0, 0, 0x23};
         unsigned char check = 0;
@@ -100,6 +105,7 @@ class LanDevice {
         out.insert(out.end(), body.begin(), body.end());
         return out;
     }
+    bool m_bRange;
     int m_nFd = -1;
     std::vector<unsigned char> m_answer;
     std::atomic<bool> m_bStop{false};
@@ -214,6 +220,36 @@ void BM_StartStopCycles(benchmark::State& state) {
 }
 BENCHMARK(BM_StartStopCycles)->Iterations(1000)->Unit(benchmark::kMillisecond);
 
+std::map<int, double> g_passMs;
+
+void BM_RangePass(benchmark::State& state) {
+    if (!rig()) return state.SkipWithError("no namespace rig");
+    const bool answering = state.range(0) != 0;
+    static bool addressed = false;
+    if (!addressed) {
+        for (int i = 20; i < 40; ++i) rig()->lanA().ip("addr add 198.51.100." + std::to_string(i) + "/24 dev ethC");
+        addressed = true;
+    }
+    std::unique_ptr<LanDevice> devices;
+    if (answering) devices = std::make_unique<LanDevice>(rig()->lanA(), 3, 30777);
+    DeviceSearch* search = DeviceSearch::GetInstance();
+    search->setPort(30777);
+    search->setStartIP("198.51.100.20");
+    search->setEndIP("198.51.100.39");
+    std::vector<double> samples;
+    for (auto _ : state) {
+        const auto started = Clock::now();
+        rig()->client().run([&] { search->startSearch(true); });
+        while (search->isRangeSearchRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        const double ms = std::chrono::duration<double, std::milli>(Clock::now() - started).count();
+        samples.push_back(ms);
+        state.SetIterationTime(ms / 1000);
+    }
+    std::sort(samples.begin(), samples.end());
+    g_passMs[answering ? 1 : 0] = samples[samples.size() / 2];
+}
+BENCHMARK(BM_RangePass)->ArgName("answering")->Arg(1)->Arg(0)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -222,6 +258,10 @@ int main(int argc, char** argv) {
     if (g_replyMs.count(0) && g_replyMs.count(1) && g_replyMs[0] > 0) {
         std::printf("reply-to-signal, median with strays / without: %.3f ms / %.3f ms = %.2f\n", g_replyMs[1], g_replyMs[0],
                     g_replyMs[1] / g_replyMs[0]);
+    }
+    if (g_passMs.count(0) && g_passMs.count(1) && g_passMs[0] > 0) {
+        std::printf("range pass over 20 addresses, median answering / silent: %.0f ms / %.0f ms = %.2f\n", g_passMs[1],
+                    g_passMs[0], g_passMs[1] / g_passMs[0]);
     }
     benchmark::Shutdown();
     rig().reset();
