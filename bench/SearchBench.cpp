@@ -54,7 +54,8 @@ class LanDevice {
   public:
     // Answers the multicast query on port 31001, or with `rangePort` the range
     // query on that port (from every address of the LAN side).
-    LanDevice(const testsupport::Netns& ns, int index, unsigned short rangePort = 0) : m_bRange(rangePort != 0) {
+    LanDevice(const testsupport::Netns& ns, int index, unsigned short rangePort = 0)
+        : m_bRange(rangePort != 0) {
         ns.run([&] {
             m_nFd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
             int on = 1;
@@ -85,20 +86,45 @@ class LanDevice {
         while (!m_bStop) {
             sockaddr_in from{};
             socklen_t length = sizeof(from);
-            if (recvfrom(m_nFd, buffer, sizeof(buffer), 0, reinterpret_cast<sockaddr*>(&from), &length) <= 0) continue;
+            if (recvfrom(m_nFd, buffer, sizeof(buffer), 0, reinterpret_cast<sockaddr*>(&from), &length) <= 0)
+                continue;
             if (!m_bRange) from.sin_port = htons(kAnswerPort);
             m_nLastAnswer = Clock::now().time_since_epoch().count();
-            sendto(m_nFd, m_answer.data(), m_answer.size(), 0, reinterpret_cast<sockaddr*>(&from), sizeof(from));
+            sendto(m_nFd, m_answer.data(), m_answer.size(), 0, reinterpret_cast<sockaddr*>(&from),
+                   sizeof(from));
         }
     }
     // The answer to the query: the SDK head (check byte over its first 22
     // bytes) and a document with the device's summary.
     static std::vector<unsigned char> answer(const std::string& id, unsigned char command) {
-        const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Parameters Version=\"1\">\n"
-                                 "\t<DeviceSummaryInfo DeviceId=\"" + id + "\" ProductModel=\"IPC-B\" />\n</Parameters>\n";
-        std::vector<unsigned char> out = {0xAF, 0xAF, 0, 1, 0, 0, 0, 0, 0, 0, 0x77, command, 0, 0, 0, 0, 0, 0,
+        const std::string body =
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Parameters Version=\"1\">\n"
+            "\t<DeviceSummaryInfo DeviceId=\"" +
+            id + "\" ProductModel=\"IPC-B\" />\n</Parameters>\n";
+        std::vector<unsigned char> out = {0xAF,
+                                          0xAF,
+                                          0,
+                                          1,
+                                          0,
+                                          0,
+                                          0,
+                                          0,
+                                          0,
+                                          0,
+                                          0x77,
+                                          command,
+                                          0,
+                                          0,
+                                          0,
+                                          0,
+                                          0,
+                                          0,
                                           static_cast<unsigned char>(body.size() >> 8),
-                                          static_cast<unsigned char>(body.size()), 0, 0, 0, 0x23};
+                                          static_cast<unsigned char>(body.size()),
+                                          0,
+                                          0,
+                                          0,
+                                          0x23};
         unsigned char check = 0;
         for (int i = 0; i < 22; ++i) check ^= out[i];
         out[22] = check;
@@ -119,8 +145,8 @@ struct Arrivals {
     std::atomic<Clock::rep> last{0};
     QMetaObject::Connection connection;
     Arrivals() {
-        connection = QObject::connect(DeviceSearch::GetInstance()->getIPsearchListener(), &QIPsearchListener::IPSearchSend,
-                                      [this](const NetVideoDeviceInfo&) {
+        connection = QObject::connect(DeviceSearch::GetInstance()->getIPsearchListener(),
+                                      &QIPsearchListener::IPSearchSend, [this](const NetVideoDeviceInfo&) {
                                           last = Clock::now().time_since_epoch().count();
                                           ++count;
                                       });
@@ -192,9 +218,9 @@ void BM_ReplyToSignal(benchmark::State& state) {
         Arrivals arrivals;
         rig()->client().run([&] { search->startSearch(false); });
         if (!arrivals.waitFor(1)) return state.SkipWithError("the device was not heard");
-        const double ms =
-            std::chrono::duration<double, std::milli>(Clock::duration(arrivals.last - b.lastAnswer().time_since_epoch().count()))
-                .count();
+        const double ms = std::chrono::duration<double, std::milli>(
+                              Clock::duration(arrivals.last - b.lastAnswer().time_since_epoch().count()))
+                              .count();
         samples.push_back(ms);
         state.SetIterationTime(ms / 1000);
         search->stopSearch(false);
@@ -204,7 +230,13 @@ void BM_ReplyToSignal(benchmark::State& state) {
     g_replyMs[strays ? 1 : 0] = samples[samples.size() / 2];
     state.counters["median_ms"] = samples[samples.size() / 2];
 }
-BENCHMARK(BM_ReplyToSignal)->ArgName("strays")->Arg(0)->Arg(1)->Iterations(20)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ReplyToSignal)
+    ->ArgName("strays")
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(20)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 void BM_StartStopCycles(benchmark::State& state) {
     if (!rig()) return state.SkipWithError("no namespace rig");
@@ -227,7 +259,8 @@ void BM_RangePass(benchmark::State& state) {
     const bool answering = state.range(0) != 0;
     static bool addressed = false;
     if (!addressed) {
-        for (int i = 20; i < 40; ++i) rig()->lanA().ip("addr add 198.51.100." + std::to_string(i) + "/24 dev ethC");
+        for (int i = 20; i < 40; ++i)
+            rig()->lanA().ip("addr add 198.51.100." + std::to_string(i) + "/24 dev ethC");
         addressed = true;
     }
     std::unique_ptr<LanDevice> devices;
@@ -248,7 +281,13 @@ void BM_RangePass(benchmark::State& state) {
     std::sort(samples.begin(), samples.end());
     g_passMs[answering ? 1 : 0] = samples[samples.size() / 2];
 }
-BENCHMARK(BM_RangePass)->ArgName("answering")->Arg(1)->Arg(0)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RangePass)
+    ->ArgName("answering")
+    ->Arg(1)
+    ->Arg(0)
+    ->Iterations(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
@@ -256,12 +295,12 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     if (g_replyMs.count(0) && g_replyMs.count(1) && g_replyMs[0] > 0) {
-        std::printf("reply-to-signal, median with strays / without: %.3f ms / %.3f ms = %.2f\n", g_replyMs[1], g_replyMs[0],
-                    g_replyMs[1] / g_replyMs[0]);
+        std::printf("reply-to-signal, median with strays / without: %.3f ms / %.3f ms = %.2f\n", g_replyMs[1],
+                    g_replyMs[0], g_replyMs[1] / g_replyMs[0]);
     }
     if (g_passMs.count(0) && g_passMs.count(1) && g_passMs[0] > 0) {
-        std::printf("range pass over 20 addresses, median answering / silent: %.0f ms / %.0f ms = %.2f\n", g_passMs[1],
-                    g_passMs[0], g_passMs[1] / g_passMs[0]);
+        std::printf("range pass over 20 addresses, median answering / silent: %.0f ms / %.0f ms = %.2f\n",
+                    g_passMs[1], g_passMs[0], g_passMs[1] / g_passMs[0]);
     }
     benchmark::Shutdown();
     rig().reset();

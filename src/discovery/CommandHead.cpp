@@ -24,9 +24,10 @@ CommandHead::~CommandHead() = default;
 //       70      2  trail word, as it stands (no byte swap either way)
 //       72      4  body length, signed: the body bytes behind the head
 int CommandHead::encode(CommandBuffer& out) const {
-    const bool ok = wire::appendU32(out, static_cast<uint32_t>(m_nCommandId)) && wire::appendU8(out, m_nLeadByte) &&
-                    out.append(m_szNameA, kNameSize) && out.append(m_szNameB, kNameSize) &&
-                    wire::appendU8(out, m_nTrailByte) && out.append(&m_nTrailWord, 2) &&
+    const bool ok = wire::appendU32(out, static_cast<uint32_t>(m_nCommandId)) &&
+                    wire::appendU8(out, m_nLeadByte) && out.append(m_szNameA, kNameSize) &&
+                    out.append(m_szNameB, kNameSize) && wire::appendU8(out, m_nTrailByte) &&
+                    out.append(&m_nTrailWord, 2) &&
                     wire::appendU32(out, static_cast<uint32_t>(m_nBodyLength));
     return ok ? 0 : kDiscoveryNoMemory;
 }

@@ -8,7 +8,6 @@
 #include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
 
-
 namespace {
 
 const char* const kElement = "DeviceBaseInfo";

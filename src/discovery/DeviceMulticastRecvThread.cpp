@@ -14,7 +14,10 @@
 #include "transport/TransferFactory.h"
 
 DeviceMulticastRecvThread::DeviceMulticastRecvThread()
-    : OLThread("DeviceMulticastRecvThread"), m_bStop(false), m_pListener(nullptr), m_bSuppressDuplicates(false) {
+    : OLThread("DeviceMulticastRecvThread"),
+      m_bStop(false),
+      m_pListener(nullptr),
+      m_bSuppressDuplicates(false) {
     m_objGroup.setIP(kSearchGroup);
     m_objGroup.setPORT(kAnnouncePort);
     m_objGroup.setIPProtoVer(1);

@@ -29,7 +29,7 @@ constexpr uint32_t kRangeAnswerCommand = 30542;  // the answer to a range query
 
 enum DiscoveryResult {
     kDiscoveryOk = 0,
-    kDiscoveryNoMemory = kTransferNoMemory,  // -2: a buffer, document or transfer could not be made
+    kDiscoveryNoMemory = kTransferNoMemory,   // -2: a buffer, document or transfer could not be made
     kDiscoveryNoTransfer = kTransferNotOpen,  // -4
     kAlreadyRunning = -11,
     kThreadNotStarted = -12,

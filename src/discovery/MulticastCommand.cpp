@@ -5,7 +5,6 @@
 #include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
 
-
 namespace {
 const char* const kElement = "DeviceInfo";
 }

@@ -83,8 +83,8 @@ bool AdapterBinding::attachFilter(SocketHandle fd) const {
     } else {
         const uint8_t* own = reinterpret_cast<const sockaddr_in6&>(m_address).sin6_addr.s6_addr;
         code = {
-            BPF_STMT(BPF_LD | BPF_B | BPF_ABS, net(24)),  // first byte of the destination
-            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0xFF, 9, 0),       // a group
+            BPF_STMT(BPF_LD | BPF_B | BPF_ABS, net(24)),      // first byte of the destination
+            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0xFF, 9, 0),  // a group
             BPF_STMT(BPF_LD | BPF_W | BPF_ABS, net(24)),
             BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, word(own), 0, 6),
             BPF_STMT(BPF_LD | BPF_W | BPF_ABS, net(28)),
@@ -144,7 +144,8 @@ bool AdapterBinding::rebind(SocketHandle fd) const {
         ip_mreqn outgoing{};
         outgoing.imr_address = own.sin_addr;
         outgoing.imr_ifindex = static_cast<int>(m_nIndex);
-        if (!setIntOption(bound, IPPROTO_IP, IP_MULTICAST_ALL, 0) || !setIntOption(bound, IPPROTO_IP, IP_PKTINFO, 1) ||
+        if (!setIntOption(bound, IPPROTO_IP, IP_MULTICAST_ALL, 0) ||
+            !setIntOption(bound, IPPROTO_IP, IP_PKTINFO, 1) ||
             setsockopt(bound, IPPROTO_IP, IP_MULTICAST_IF, &outgoing, sizeof(outgoing)) != 0) {
             return fail();
         }
@@ -168,7 +169,8 @@ bool AdapterBinding::rebind(SocketHandle fd) const {
     }
     // The caller's socket still holds the port; let the new one share it.
     setIntOption(fd, SOL_SOCKET, SO_REUSEADDR, 1);
-    if (::bind(bound, reinterpret_cast<sockaddr*>(&any), anyLength) != 0 || ::dup3(bound, fd, O_CLOEXEC) < 0) {
+    if (::bind(bound, reinterpret_cast<sockaddr*>(&any), anyLength) != 0 ||
+        ::dup3(bound, fd, O_CLOEXEC) < 0) {
         return fail();
     }
     ::close(bound);
@@ -189,7 +191,8 @@ bool AdapterBinding::accepts(msghdr& received) const {
             in6_pktinfo info{};
             std::memcpy(&info, CMSG_DATA(c), sizeof(info));
             const in6_addr& own = reinterpret_cast<const sockaddr_in6&>(m_address).sin6_addr;
-            const bool otherAddress = isUnicast6(info.ipi6_addr) && !IN6_ARE_ADDR_EQUAL(&info.ipi6_addr, &own);
+            const bool otherAddress =
+                isUnicast6(info.ipi6_addr) && !IN6_ARE_ADDR_EQUAL(&info.ipi6_addr, &own);
             return info.ipi6_ifindex == m_nIndex && !otherAddress;
         }
     }

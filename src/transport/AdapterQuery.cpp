@@ -41,7 +41,8 @@ std::vector<AdapterEntry> hostAdapters() {
         }
         char text[INET_ADDRSTRLEN] = {};
         const auto* sin = reinterpret_cast<const sockaddr_in*>(it->ifa_addr);
-        if (inet_ntop(AF_INET, &sin->sin_addr, text, sizeof(text)) != nullptr && std::string(text) != "0.0.0.0") {
+        if (inet_ntop(AF_INET, &sin->sin_addr, text, sizeof(text)) != nullptr &&
+            std::string(text) != "0.0.0.0") {
             found->entry.addresses.emplace_back(text);
         }
     }
@@ -103,7 +104,8 @@ bool findAdapterOfAddress(const sockaddr* address, AdapterAddressInfo& out) {
         out.name = it->ifa_name;
         out.index = if_nametoindex(it->ifa_name);
         out.broadcast = in_addr{};
-        if (address->sa_family == AF_INET && (it->ifa_flags & IFF_BROADCAST) != 0 && it->ifa_broadaddr != nullptr) {
+        if (address->sa_family == AF_INET && (it->ifa_flags & IFF_BROADCAST) != 0 &&
+            it->ifa_broadaddr != nullptr) {
             out.broadcast = reinterpret_cast<const sockaddr_in*>(it->ifa_broadaddr)->sin_addr;
         }
         return true;

@@ -64,7 +64,7 @@ class ITransfer {
   protected:
     ISocket* m_pSocket = nullptr;  // owned; null while the transfer is closed
     const WakeUp* m_pWakeUp = nullptr;
-    int m_nFamily = 0;             // IP version code: 1 IPv4, 2 IPv6
+    int m_nFamily = 0;  // IP version code: 1 IPv4, 2 IPv6
     bool m_bFlag = false;
     int m_nKind = 2;
 };

@@ -28,7 +28,8 @@ int Socket::sendOne(const void* buf, unsigned len, const sockaddr* to, socklen_t
     return static_cast<int>(::sendmsg(m_hSocket, &msg, MSG_NOSIGNAL));
 }
 
-int Socket::sendToChunked(const void* buf, unsigned len, const char* host, unsigned short port, unsigned chunk) {
+int Socket::sendToChunked(const void* buf, unsigned len, const char* host, unsigned short port,
+                          unsigned chunk) {
     if (host != nullptr && *host == '\0') {
         host = nullptr;
     }

@@ -41,8 +41,8 @@ bool Socket::bindToAdapter() {
         char host[INET6_ADDRSTRLEN + 16] = "?";
         unsigned short port = 0;
         numericName(local, host, sizeof(host), &port);
-        OLTrace(1, __FILE__, "Socket::joinMulticast cannot tie socket %d to the adapter of %s: %s\n", m_hSocket, host,
-                std::strerror(err));
+        OLTrace(1, __FILE__, "Socket::joinMulticast cannot tie socket %d to the adapter of %s: %s\n",
+                m_hSocket, host, std::strerror(err));
         errno = err;
         reportError("setsockopt");
         return false;
@@ -81,7 +81,8 @@ bool Socket::joinMulticast(const InetAddr& group) {
         return true;
     }
     AddrInfoPtr info;
-    if (lookUpAddress(m_nFamily, m_nType, group.getIP().c_str(), group.getPORT(), AI_NUMERICHOST, info) != 0 ||
+    if (lookUpAddress(m_nFamily, m_nType, group.getIP().c_str(), group.getPORT(), AI_NUMERICHOST, info) !=
+            0 ||
         !info || info->ai_family != AF_INET6) {
         return false;
     }

@@ -80,7 +80,8 @@ inline bool appendText(CommandBuffer& out, const std::string& text, size_t width
 // Sequential reader over a bounded block.
 class Reader {
   public:
-    Reader(const unsigned char* data, unsigned length) : m_pData(data), m_nLength(data != nullptr ? length : 0) {}
+    Reader(const unsigned char* data, unsigned length)
+        : m_pData(data), m_nLength(data != nullptr ? length : 0) {}
     // The readable bytes of a buffer, from its cursor.
     static Reader of(const CommandBuffer& in) { return Reader(in.getCursor(), readableLength(in)); }
 

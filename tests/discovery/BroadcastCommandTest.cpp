@@ -9,7 +9,6 @@
 
 namespace {
 
-
 DeviceSummaryInfo sampleSummary() {
     DeviceSummaryInfo s;
     s.setDeviceId("NVR-42");

@@ -9,7 +9,6 @@
 
 namespace {
 
-
 DeviceBaseInfo sampleBaseInfo() {
     DeviceBaseInfo r;
     r.setDeviceID("DEV-9");

@@ -73,7 +73,8 @@ class RangeCollector : public IDeviceSearcherListener,
     // Waits for the end of a run and gives every report of it.
     std::vector<Progress> waitFinished(std::chrono::milliseconds limit = std::chrono::milliseconds(10000)) {
         std::unique_lock<std::mutex> lock(m_progressMutex);
-        m_progressSignal.wait_for(lock, limit, [&] { return !m_progress.empty() && m_progress.back().finished; });
+        m_progressSignal.wait_for(lock, limit,
+                                  [&] { return !m_progress.empty() && m_progress.back().finished; });
         return m_progress;
     }
 

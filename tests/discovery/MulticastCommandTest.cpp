@@ -11,7 +11,6 @@
 
 namespace {
 
-
 DeviceInfoFields sampleFields() {
     DeviceInfoFields f;
     std::strcpy(f.m_szDeviceId, "CAM-0001");
@@ -195,8 +194,8 @@ TEST(MulticastCommand, DecodeIsLenientAboutAttributes) {
         EXPECT_EQ(c.port, cmd.getControlPort());
     }
     MulticastCommand cut;
-    CommandBuffer cb = body23("<DeviceInfo DeviceID=\"" + longText + "\" MACAddress=\"" + longText + "\" DeviceTime=\"" +
-                              longText + "\"/>");
+    CommandBuffer cb = body23("<DeviceInfo DeviceID=\"" + longText + "\" MACAddress=\"" + longText +
+                              "\" DeviceTime=\"" + longText + "\"/>");
     ASSERT_EQ(0, cut.decode(cb));
     EXPECT_EQ(std::string(32, 'L'), cut.getDeviceId());
     EXPECT_EQ(std::string(20, 'L'), cut.getMACAddress());

@@ -48,7 +48,8 @@ class Range : public ::testing::Test {
 };
 
 TEST_F(Range, BatchesOf400EachWithItsSequenceAndEveryAnswerDelivered) {
-    respond([](const std::string& ip) { return answerBytes(deviceSummary(int(host(ip) & 0xFFFF), ip), 30542); });
+    respond(
+        [](const std::string& ip) { return answerBytes(deviceSummary(int(host(ip) & 0xFFFF), ip), 30542); });
     ASSERT_TRUE(search.addRange("10.1.0.0", "10.1.1.144"));  // 401 addresses
     const uint16_t sequence = DeviceRangeSearchThread::peekSequence();
     ASSERT_EQ(0, search.start());
@@ -82,8 +83,9 @@ TEST_F(Range, BatchesOf400EachWithItsSequenceAndEveryAnswerDelivered) {
 TEST_F(Range, OnlyAnswersWithASummaryAndCommand30542Count) {
     auto malformed = malformedAnswers(30542);
     // An empty datagram cannot be delivered here; every other address answers.
-    malformed.erase(std::remove_if(malformed.begin(), malformed.end(), [](const auto& m) { return m.bytes.empty(); }),
-                    malformed.end());
+    malformed.erase(
+        std::remove_if(malformed.begin(), malformed.end(), [](const auto& m) { return m.bytes.empty(); }),
+        malformed.end());
     respond([&](const std::string& ip) {
         const uint32_t n = host(ip) & 0xFF;
         if (n == 1) return answerBytes(deviceSummary(1, ip), 30541);  // a query, no answer
@@ -103,7 +105,9 @@ TEST_F(Range, OnlyAnswersWithASummaryAndCommand30542Count) {
 // other's record, so each is delivered in every pass; a record equal to the
 // one kept is not.
 TEST_F(Range, DuplicatesByDeviceId) {
-    respond([](const std::string& ip) { return answerBytes(deviceSummary(ip == "10.3.0.3" ? 6 : 5, ip), 30542); });
+    respond([](const std::string& ip) {
+        return answerBytes(deviceSummary(ip == "10.3.0.3" ? 6 : 5, ip), 30542);
+    });
     search.setPassLimit(2);
     ASSERT_TRUE(search.addRange("10.3.0.1", "10.3.0.3"));
     ASSERT_EQ(0, search.start());
@@ -111,7 +115,8 @@ TEST_F(Range, DuplicatesByDeviceId) {
     EXPECT_EQ(6u, net.sent().size());
     std::vector<std::string> delivered;
     for (const auto& r : collector.records()) delivered.push_back(r.getDeviceIP());
-    EXPECT_EQ((std::vector<std::string>{"10.3.0.1", "10.3.0.2", "10.3.0.3", "10.3.0.1", "10.3.0.2"}), delivered);
+    EXPECT_EQ((std::vector<std::string>{"10.3.0.1", "10.3.0.2", "10.3.0.3", "10.3.0.1", "10.3.0.2"}),
+              delivered);
 }
 
 TEST_F(Range, StopEndsThePassAndReportsItsEnd) {
@@ -133,10 +138,13 @@ TEST_F(Range, AddRangeKeepsEachAddressOnceInFirstAddedOrder) {
         const char* first;
         const char* last;
         bool ok;
-    } cases[] = {{"10.0.0.5", "10.0.0.7", true},   {"10.0.0.3", "10.0.0.6", true},
-                 {"10.0.0.9", "10.0.0.9", true},   {"10.0.0.9", "10.0.0.8", false},
+    } cases[] = {{"10.0.0.5", "10.0.0.7", true},
+                 {"10.0.0.3", "10.0.0.6", true},
+                 {"10.0.0.9", "10.0.0.9", true},
+                 {"10.0.0.9", "10.0.0.8", false},
                  {"255.255.255.254", "255.255.255.255", false},
-                 {"10.0.0.1", "no address", false}, {nullptr, "10.0.0.1", false},
+                 {"10.0.0.1", "no address", false},
+                 {nullptr, "10.0.0.1", false},
                  {"1.2.3", "1.2.3.4", false}};
     for (const auto& c : cases) EXPECT_EQ(c.ok, search.addRange(c.first, c.last)) << c.first << " " << c.last;
     const std::string longText(300, '1');

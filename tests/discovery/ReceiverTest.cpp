@@ -15,7 +15,6 @@
 
 namespace {
 
-
 struct Records {
     DeviceAccessParam access;
     DeviceSummaryInfo summary;
@@ -41,13 +40,13 @@ Bytes wrap(Command& command) {
 // The fields each form fills in, as one line per record.
 std::string filled(const Records& r) {
     const DeviceSummaryInfo& s = r.summary;
-    return "summary " + s.getDeviceId() + "|" + std::to_string(s.getDeviceType()) + "|" + s.getDeviceIP() + ":" +
-           std::to_string(s.getDevicePort()) + "|" + s.getProductModel() + "|" + s.getHardWareInfo() + "|" +
-           s.getSoftWareInfo() + "|" + s.getDeviceTime() + "|" + s.getManufacturerName() + "|" +
+    return "summary " + s.getDeviceId() + "|" + std::to_string(s.getDeviceType()) + "|" + s.getDeviceIP() +
+           ":" + std::to_string(s.getDevicePort()) + "|" + s.getProductModel() + "|" + s.getHardWareInfo() +
+           "|" + s.getSoftWareInfo() + "|" + s.getDeviceTime() + "|" + s.getManufacturerName() + "|" +
            s.getManufacturerId() + "|" + s.getMACAddr() + "; access " + r.access.getLocalIp() + ":" +
-           std::to_string(r.access.getControlPort()) + "/" + std::to_string(r.access.getHttpPort()) + "; network " +
-           r.network.getLocalIp() + "|" + r.network.getLocalSubnetMask() + "|" + r.network.getGateway() + "|" +
-           r.network.getPrimaryDNSIp();
+           std::to_string(r.access.getControlPort()) + "/" + std::to_string(r.access.getHttpPort()) +
+           "; network " + r.network.getLocalIp() + "|" + r.network.getLocalSubnetMask() + "|" +
+           r.network.getGateway() + "|" + r.network.getPrimaryDNSIp();
 }
 
 TEST(DiscoveryCommandReceiver, EachFormFillsItsFields) {
@@ -102,8 +101,11 @@ TEST(DiscoveryCommandReceiver, EachFormFillsItsFields) {
          "summary ID-23|7|198.51.100.2:30001|PM|HV|SV|T|||; access 198.51.100.2:30001/0; "
          "network 198.51.100.2|255.255.255.0|198.51.100.1|198.51.100.53"},
         // The fixed body carries no model; the network record stays as it was.
-        {&form16, "summary ID-16|2|203.0.113.9:30001||H|S|T16|MN|MI|; access 203.0.113.9:30001/80; network |||kept"},
-        {&form20, "summary ID-20|9|203.0.113.20:8000|PM20||S20|T20||MI20|; access 203.0.113.20:8000/0; network |||kept"},
+        {&form16,
+         "summary ID-16|2|203.0.113.9:30001||H|S|T16|MN|MI|; access 203.0.113.9:30001/80; network |||kept"},
+        {&form20,
+         "summary ID-20|9|203.0.113.20:8000|PM20||S20|T20||MI20|; access 203.0.113.20:8000/0; network "
+         "|||kept"},
     };
     for (const auto& c : cases) {
         Records r;

@@ -74,7 +74,8 @@ TEST_F(RecvThread, DeliversEachRecordOnceUntilItChangesReplacingTheOldEntry) {
     announce(kLanA, announcement(7, 23));
     ASSERT_TRUE(listener.waitFor(5));
     std::this_thread::sleep_for(100ms);
-    EXPECT_EQ((std::vector<std::string>{"SIM000002", "SIM000002", "SIM000002", "SIM000002", "SIM000008"}), ids());
+    EXPECT_EQ((std::vector<std::string>{"SIM000002", "SIM000002", "SIM000002", "SIM000002", "SIM000008"}),
+              ids());
 
     receiver.stop();
     receiver.setSuppressDuplicates(false);

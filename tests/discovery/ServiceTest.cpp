@@ -84,9 +84,9 @@ TEST_F(Service, DeliversEachRecordOnceUntilItChangesKeepingTheOldEntry) {
     const DeviceSummaryInfo s = deviceSummary(1);
     const DeviceSummaryInfo changed = deviceSummary(1, "192.0.2.100", "2024-01-01 00:00:01");
     answer(kLanA, s);
-    answer(kLanA, s);           // the same record: dropped
-    answer(kLanA, changed);     // a new time is a change
-    answer(kLanA, s);           // the old entry stays: dropped again
+    answer(kLanA, s);                               // the same record: dropped
+    answer(kLanA, changed);                         // a new time is a change
+    answer(kLanA, s);                               // the old entry stays: dropped again
     answer(kLanA, deviceSummary(2, kLanA), 12345);  // any command that carries a summary
     ASSERT_TRUE(listener->waitFor(3));
     barrier(kLanA, 9);

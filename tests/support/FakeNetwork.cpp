@@ -38,7 +38,8 @@ class FakeTransfer : public ITransfer {
 
     int open() override {
         FakeTransfer::close();
-        if (m_network.takeFailure(FakeStep::Throw, "") != 0) throw std::runtime_error("fake transfer refuses");
+        if (m_network.takeFailure(FakeStep::Throw, "") != 0)
+            throw std::runtime_error("fake transfer refuses");
         if (const int code = m_network.takeFailure(FakeStep::Open, "")) return code;
         int ends[2];
         if (::socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) != 0) {

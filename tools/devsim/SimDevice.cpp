@@ -65,7 +65,8 @@ bool buildSummaryAnswer(const DeviceSummaryInfo* summary, uint32_t commandId, ui
         answer->m_objHead.nSequence = sequence;
         answer->m_objHead.nCommandID = commandId;
         if (summary != nullptr) {
-            answer->m_domains.push_back(SafePointer<BaseDomain>(makeSafePointer<DeviceSummaryInfo>(*summary)));
+            answer->m_domains.push_back(
+                SafePointer<BaseDomain>(makeSafePointer<DeviceSummaryInfo>(*summary)));
         }
         SDKCommandParser parser;
         CommandBuffer buffer;
@@ -212,7 +213,8 @@ std::vector<MalformedDatagram> malformedAnswers(uint32_t answerCommand) {
         {"HugeDeclaredLength", headThen(0xFFFFFFF0u)},
         {"BodyNotXml", withBody("this is no document \x01\x02\x03")},
         {"BinaryBody", withBody(std::string("\0\0\0\xff\xfe<", 6))},
-        {"UnclosedElement", withBody("<?xml version=\"1.0\"?>\n<Parameters Version=\"1\"><DeviceSummaryInfo ")},
+        {"UnclosedElement",
+         withBody("<?xml version=\"1.0\"?>\n<Parameters Version=\"1\"><DeviceSummaryInfo ")},
         {"DeepDocument", withBody(deep)},
         {"HugeDocument", withBody(huge)},
         {"NoSummaryInBody", noSummary},

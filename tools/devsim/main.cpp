@@ -215,8 +215,7 @@ bool parseQuery(const unsigned char* data, size_t length, uint32_t& commandId, u
 
 Bytes garbage(const Device& device) {
     // An SDK magic followed by a head that promises more than follows.
-    Bytes bytes = {0xAF, 0xAF, 0x00, 0x01, 0x00, 0x00,
-                                        0x00, 0x00, 0x00, 0x00, 0x77, 0x4E};
+    Bytes bytes = {0xAF, 0xAF, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x77, 0x4E};
     for (char c : device.config.address) bytes.push_back(static_cast<unsigned char>(c));
     return bytes;
 }
@@ -242,7 +241,8 @@ int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
             done = true;
             return kExitOk;
         } else if (a == "--version") {
-            std::printf("devsim %s (libdevsearch SOVERSION %d)\n", DEVSEARCH_VERSION_STRING, DEVSEARCH_SOVERSION);
+            std::printf("devsim %s (libdevsearch SOVERSION %d)\n", DEVSEARCH_VERSION_STRING,
+                        DEVSEARCH_SOVERSION);
             done = true;
             return kExitOk;
         } else if (a == "--range") {
@@ -274,7 +274,8 @@ int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
         } else if (a == "--no-range-answer") {
             o.answerRange = false;
         } else if (a == "--port" || a == "--control-port" || a == "--http-port") {
-            if (!value(v) || !parseNumber(v, 1, 65535, n)) return usageError(a + " takes a port from 1 to 65535");
+            if (!value(v) || !parseNumber(v, 1, 65535, n))
+                return usageError(a + " takes a port from 1 to 65535");
             (a == "--port" ? o.rangePort : a == "--control-port" ? o.controlPort : o.httpPort) = n;
         } else if (a == "--model" || a == "--id-prefix" || a == "--manufacturer" || a == "--device-time" ||
                    a == "--ready-file") {
@@ -285,7 +286,8 @@ int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
                                                          : o.readyFile;
             if (!value(field)) return usageError(a + " needs a text");
         } else if (a == "--first-index") {
-            if (!value(v) || !parseNumber(v, 0, 1000000, o.firstIndex)) return usageError("bad --first-index");
+            if (!value(v) || !parseNumber(v, 0, 1000000, o.firstIndex))
+                return usageError("bad --first-index");
         } else if (a == "--seconds") {
             if (!value(v) || !parseNumber(v, 0, 86400, o.seconds)) return usageError("bad --seconds");
         } else if (a == "--malformed-range" || a == "--malformed-query" || a == "--push-to") {
@@ -351,7 +353,8 @@ int makeDevices(const Options& o, std::vector<Device>& devices) {
         }
         d.fd = openUdp(o.addresses[i], static_cast<uint16_t>(o.rangePort), true);
         if (d.fd < 0) {
-            std::fprintf(stderr, "devsim: cannot bind %s port %ld: %s (is the address on an interface here?)\n",
+            std::fprintf(stderr,
+                         "devsim: cannot bind %s port %ld: %s (is the address on an interface here?)\n",
                          c.address.c_str(), o.rangePort, std::strerror(errno));
             return kExitSocket;
         }
@@ -378,7 +381,8 @@ int openQuerySocket(const std::vector<Device>& devices, int& fd) {
         ip_mreq request{};
         inet_pton(AF_INET, kSearchGroup, &request.imr_multiaddr);
         inet_pton(AF_INET, d.config.address.c_str(), &request.imr_interface);
-        if (setsockopt(fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof(request)) == 0 || errno == EADDRINUSE) {
+        if (setsockopt(fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof(request)) == 0 ||
+            errno == EADDRINUSE) {
             ++joined;
         }
     }
