@@ -114,7 +114,8 @@ TEST(DeviceNetwork, CopyIsEqualAndIndependent) {
     DeviceNetwork assigned;
     assigned = source;
     EXPECT_TRUE(assigned == source);
-    assigned = assigned;  // self-assignment leaves the object alone
+    DeviceNetwork& same = assigned;
+    assigned = same;  // self-assignment leaves the object alone
     EXPECT_TRUE(assigned == source);
 }
 

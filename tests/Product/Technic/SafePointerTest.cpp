@@ -150,7 +150,8 @@ TEST(SafePointerTest, CopiesShareOneCountAndDeleteOnce) {
         EXPECT_EQ(a.useCount(), 1);
         EXPECT_EQ(SpCounted::destroyed, before);
 
-        a = a;  // self-assignment
+        SafePointer<SpCounted>& same = a;
+        a = same;  // self-assignment (through a reference, which Clang does not warn of)
         EXPECT_EQ(a.useCount(), 1);
 
         SafePointer<SpCounted> c(new SpCounted(8));

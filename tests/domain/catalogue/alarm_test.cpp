@@ -119,10 +119,9 @@ TEST(AlarmCatalogue, SourceWithoutTimePlanKeepsIt) {
 }
 
 TEST(AlarmCatalogue, ThermalLinkageNeedsAllFourLists) {
-    const char* lists[] = {
-        "<AlarmLinkageParamList><AlarmLinkageParam ActionType=\"1\" ActionID=\"2\" "
-        "/></AlarmLinkageParamList>",
-        "<AlarmOutActionList />", "<RecordActionParamList />", "<PTZActionParamList />"};
+    const char* lists[] = {("<AlarmLinkageParamList><AlarmLinkageParam ActionType=\"1\" ActionID=\"2\" "
+                            "/></AlarmLinkageParamList>"),
+                           "<AlarmOutActionList />", "<RecordActionParamList />", "<PTZActionParamList />"};
     for (int missing = -1; missing < 4; ++missing) {
         std::string text = "<NVRThermalAlarmLinkage SourceID=\"6\" EnableFlag=\"true\">";
         for (int i = 0; i < 4; ++i) {
