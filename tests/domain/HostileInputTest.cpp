@@ -20,9 +20,9 @@
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 #endif
 
-// Allocations of this program come here (array and nothrow forms too, unless a
-// sanitizer runtime supplies those). While a cap is set, a request above it is
-// counted and refused, so a test sees any size a document chose.
+// Every allocation of this program comes here (all forms, so that a sanitizer
+// runtime's own forms never meet these). While a cap is set, a request above it
+// is counted and refused, so a test sees any size a document chose.
 namespace {
 std::atomic<size_t> g_nCap{0};
 std::atomic<int> g_nOverCap{0};
@@ -37,12 +37,32 @@ void* operator new(size_t size) {
     if (void* block = std::malloc(size != 0 ? size : 1)) return block;
     throw std::bad_alloc();
 }
+void* operator new[](size_t size) {
+    return operator new(size);
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
+    return operator new(size, tag);
+}
 void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete[](void* block) noexcept {
     std::free(block);
 }
 void operator delete(void* block, size_t) noexcept {
     std::free(block);
 }
+void operator delete[](void* block, size_t) noexcept {
+    std::free(block);
+}
+
 namespace {
 
 typedef SafePointer<DomainXmlNode> Node;
