@@ -6,14 +6,17 @@
 
 namespace {
 
-// Copies text with its terminator when it fits in `limit` characters.
+// Stores text when it fits in N - 1 characters and zeroes the rest of the
+// field: equality compares whole fields, so nothing of an earlier, longer
+// text may stay behind the terminator. The text may lie in the field itself.
 template <size_t N>
 bool storeText(char (&field)[N], const char* text) {
     static_assert(N > 1, "a text field needs room for the terminator");
     if (text == nullptr) return false;
     size_t length = strnlen(text, N);
     if (length > N - 1) return false;
-    std::memcpy(field, text, length + 1);
+    std::memmove(field, text, length);
+    std::memset(field + length, 0, N - length);
     return true;
 }
 

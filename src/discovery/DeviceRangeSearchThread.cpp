@@ -10,6 +10,7 @@
 #include "Product/Technic/OLTime.h"
 #include "Product/Technic/OLTrace.h"
 #include "devsearch/DeviceSearchListener.h"
+#include "discovery/AddressText.h"
 #include "discovery/SearchQuery.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "domain/records/Version.h"
@@ -29,16 +30,15 @@ constexpr uint32_t kBroadcastAll = 0xFFFFFFFFu;
 // process: one number per batch.
 std::atomic<uint16_t> g_nSequence{0};
 
-// A dotted IPv4 address of at most kMaxAddressText - 1 characters, in host order.
+// A dotted IPv4 address (see readDottedIPv4), in host order. Refused text is
+// reported in one line of at most 64 characters.
 bool parseAddress(const char* text, uint32_t& out) {
-    if (text == nullptr) return false;
-    if (strnlen(text, DeviceRangeSearchThread::kMaxAddressText) >= DeviceRangeSearchThread::kMaxAddressText) {
-        return false;
-    }
-    in_addr address{};
-    if (inet_pton(AF_INET, text, &address) != 1) return false;
-    out = ntohl(address.s_addr);
-    return true;
+    if (readDottedIPv4(text, out)) return true;
+    const char* shown = text != nullptr ? text : "(null)";
+    const int width = static_cast<int>(strnlen(shown, 64));
+    const int shownLength = static_cast<int>(strcspn(std::string(shown, width).c_str(), "\r\n"));
+    OLTrace(1, __FILE__, "DeviceRangeSearchThread::addRange refused range text '%.*s'\n", shownLength, shown);
+    return false;
 }
 
 uint32_t elapsedMs(uint32_t since) {
@@ -226,7 +226,8 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
     CommandBuffer query;
     SDKCommandParser parser;
     if (!buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) {
-        OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n", kRangeQueryNotBuilt);
+        OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n",
+                kRangeQueryNotBuilt);
         return;
     }
     ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
@@ -357,4 +358,3 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
     ++m_nPassFound;
     if (suppress) m_vecResults.push_back(record);
 }
-

@@ -7,6 +7,8 @@
 
 #include <tinyxml.h>
 
+#include "domain/xml/DomainXmlNode.h"
+
 // The document steps shared by the discovery commands whose body is one XML
 // element (DeviceInfo, DeviceBaseInfo).
 namespace discovery_xml {
@@ -32,7 +34,7 @@ inline bool printDocument(TiXmlDocument& document, const TiXmlElement& root, TiX
 // when there is none. `text` must outlive the call only.
 inline TiXmlElement* parseDocument(TiXmlDocument& document, const std::string& text, const char* rootName) {
     document.Clear();
-    document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+    parseXmlText(document, text);
     if (document.Error()) return nullptr;
     return document.FirstChildElement(rootName);
 }

@@ -53,3 +53,15 @@ class DomainVectorContainer : public DomainContainer {
   private:
     std::vector<T> m_vecItems;
 };
+
+// The container as a list of T, or null when it holds another type. An element
+// identifier alone does not tell: a bare DomainContainer, or a list of a record
+// that keeps identifier 0, carries the element identifier of BaseDomain.
+template <class T>
+const DomainVectorContainer<T>* containerOf(const BaseDomain* domain) {
+    return dynamic_cast<const DomainVectorContainer<T>*>(domain);
+}
+template <class T>
+DomainVectorContainer<T>* containerOf(BaseDomain* domain) {
+    return dynamic_cast<DomainVectorContainer<T>*>(domain);
+}

@@ -16,8 +16,6 @@ const char* const kFile = "SDKNormalXmlBodyParser.cpp";
 const char* const kRootName = "Parameters";
 const char* const kVersionAttribute = "Version";
 const int kResultId = 801;
-// Zero bytes behind a text handed to the XML library (longest UTF-8 step is 4).
-const size_t kTextPadding = 8;
 
 // Steps `i` behind the first occurrence of `end` at or after `from`; false when
 // the text ends first.
@@ -169,11 +167,6 @@ bool SDKNormalXmlBodyParser::parseCommandBody(const CommandBuffer& in, DomainLis
     if (!shapeWithin(text, kMaxNestingDepth, kMaxElements)) {
         return false;
     }
-    // In UTF-8 the XML library steps over a multi-byte character by the length
-    // its lead byte announces, so a lead byte at the very end of the text makes
-    // it jump over the terminating zero and read on. Zero bytes behind the text
-    // stop it inside the string; the document still ends at the first zero.
-    text.append(kTextPadding, '\0');
     SafePointer<DomainXmlNode> root;
     if (!DomainXmlNode::fromString(text, root)) {
         return false;

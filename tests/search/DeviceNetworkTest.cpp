@@ -76,6 +76,17 @@ TEST(DeviceNetwork, EqualityCopiesAndResetCoverEveryField) {
         (lower.*f.set)("fe80::abcd");
     }
     EXPECT_TRUE(upper == lower);
+
+    // A shorter text stored over a longer one leaves nothing behind its
+    // terminator, also when it is a tail of the field's own text.
+    DeviceNetwork reused, fresh;
+    reused.setDeviceId("ABCDEFGH");
+    reused.setDeviceId("AB");
+    fresh.setDeviceId("AB");
+    EXPECT_TRUE(DeviceNetwork(reused) == fresh);
+    reused.setDeviceId("ABCDEFGH");
+    reused.setDeviceId(reused.getDeviceId() + 6);
+    EXPECT_STREQ("GH", reused.getDeviceId());
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // devsearch search and devsearch range: a search through the exported API,
 // exactly as an application makes one. Only the public headers are used.
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -25,6 +24,7 @@
 #include "devsearch/DeviceSearch.h"
 #include "devsearch/NetVideoDeviceInfo.h"
 #include "devsearch/QRangeSearchProgress.h"
+#include "discovery/AddressText.h"
 
 namespace {
 
@@ -67,11 +67,10 @@ int badArguments(ToolStreams& io, const char* sub, const std::string& what) {
     return kExitRefused;
 }
 
+// The library's own reading of range text, so that the tool refuses exactly
+// what a search would not use.
 bool parseIPv4(const std::string& text, uint32_t& host) {
-    in_addr addr{};
-    if (inet_pton(AF_INET, text.c_str(), &addr) != 1) return false;
-    host = ntohl(addr.s_addr);
-    return true;
+    return readDottedIPv4(text.c_str(), host);
 }
 
 bool parsePositive(const std::string& text, long max, long& value) {

@@ -1,5 +1,7 @@
 #include "domain/codecs/Base64.h"
 
+#include <climits>
+
 namespace {
 
 const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -22,9 +24,10 @@ int symbolValue(unsigned char c) {
 int Base64Encode(const unsigned char* data, int length, char* out, int& outLength) {
     if (data == nullptr || out == nullptr) return kNullPointer;
     if (length <= 0) return 0;
-    int needed = (length + 2) / 3 * 4 + 1;
+    // In 64 bits: the text of a block near INT_MAX bytes is longer than an int.
+    const long long needed = (static_cast<long long>(length) + 2) / 3 * 4 + 1;
     if (outLength < needed) {
-        outLength = needed;
+        outLength = needed > INT_MAX ? INT_MAX : static_cast<int>(needed);
         return kTooSmall;
     }
     int o = 0;
@@ -70,7 +73,7 @@ int Base64Decode(const char* text, int length, unsigned char* out, int& outLengt
         ++symbols;
     }
     if (symbols == 0) return 0;
-    int needed = (symbols * 6 + 7) / 8;
+    const int needed = Base64DecodedRoom(symbols);
     if (outLength < needed) {
         outLength = needed;
         return kTooSmall;
@@ -101,4 +104,9 @@ int Base64Decode(const char* text, int length, unsigned char* out, int& outLengt
     }
     outLength = written;
     return 0;
+}
+
+int Base64DecodedRoom(int symbols) {
+    if (symbols <= 0) return 0;
+    return static_cast<int>((static_cast<long long>(symbols) * 6 + 7) / 8);
 }

@@ -15,3 +15,8 @@ int Base64Encode(const unsigned char* data, int length, char* out, int& outLengt
 // each "=" as a symbol; a trailing group of fewer than four symbols yields
 // nothing. outLength: room in out on entry, bytes written on success.
 int Base64Decode(const char* text, int length, unsigned char* out, int& outLength);
+
+// The room that Base64Decode asks for a text of `symbols` alphabet bytes and
+// "=" (line ends not counted): (symbols * 6 + 7) / 8, computed without overflow.
+// Every text of n bytes decodes within Base64DecodedRoom(n).
+int Base64DecodedRoom(int symbols);

@@ -1,5 +1,7 @@
 #include "domain/codecs/CodecEngine.h"
 
+#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -79,6 +81,13 @@ void writeListBuildLine(const CodecInfo& info, const char* tag) {
     char text[kLineBufferSize];
     std::snprintf(text, sizeof(text), "createDomainXmlNode %s failed \n", tag);
     emit(info, info.childTraceLevel, text);
+}
+
+int floatToInt(float value) {
+    if (std::isnan(value)) return 0;
+    if (value >= 2147483648.0f) return INT_MAX;
+    if (value <= -2147483648.0f) return INT_MIN;
+    return static_cast<int>(value);
 }
 
 bool setFixedText(char* field, int max, const char* text) {

@@ -42,6 +42,10 @@ void writeNestedParseLine(const CodecInfo& info, const char* tag);
 // "createDomainXmlNode Tag failed \n".
 void writeListBuildLine(const CodecInfo& info, const char* tag);
 
+// A float read from text as an int: truncated toward zero, saturated at the
+// ends of int; NaN gives 0. ("1e30" or "nan" must not reach a plain cast.)
+int floatToInt(float value);
+
 // The setter of a fixed text field of max characters: refuses null and longer
 // texts (the field stays), else copies text and terminator.
 bool setFixedText(char* field, int max, const char* text);
@@ -106,7 +110,7 @@ class BuildVisitor {
         m_node->setProperty(tag, field);
     }
     DOMAIN_CODEC_STEP void floatAsInt(const char* tag, Presence, float& field, const Item& = Item()) {
-        m_node->setProperty(tag, static_cast<int>(field));
+        m_node->setProperty(tag, floatToInt(field));
     }
 
     template <class T>
@@ -226,15 +230,15 @@ class ParseVisitor {
         if (m_bFailed) return;
         float local = item.isKeep() ? static_cast<float>(field) : 0.0f;
         if (read(tag, local)) {
-            field = static_cast<int>(local);
+            field = floatToInt(local);
             return;
         }
-        missing(tag, presence, item, field, static_cast<int>(local), static_cast<int>(local));
+        missing(tag, presence, item, field, floatToInt(local), floatToInt(local));
     }
     DOMAIN_CODEC_STEP void floatAsInt(const char* tag, Presence presence, float& field,
                                       const Item& item = Item()) {
         if (m_bFailed) return;
-        int local = item.isKeep() ? static_cast<int>(field) : 0;
+        int local = item.isKeep() ? floatToInt(field) : 0;
         if (read(tag, local)) {
             field = static_cast<float>(local);
             return;
@@ -445,13 +449,16 @@ bool parseFieldsInParseOrder(const CodecInfo& info, NodePtr& node, T& record) {
     return !visitor.failed();
 }
 
-// Virtual build: a record of the codec's type, or a container of them.
+// Virtual build: a record of the codec's type, or a container of them. An
+// identifier says what a domain claims to be; the container is checked for
+// the vector type as well (see containerOf).
 template <class T, class Codec>
 bool buildEntry(Codec& codec, int id, const BaseDomain* domain, NodePtr& node) {
     bool isContainer = false;
     if (domain == nullptr || !checkDomainId(domain, id, isContainer)) return false;
     if (!isContainer) return codec.createDomainXmlNode(*static_cast<const T*>(domain), node);
-    return codec.createDomainXmlNode(static_cast<const DomainVectorContainer<T>*>(domain)->getItems(), node);
+    const DomainVectorContainer<T>* container = containerOf<T>(domain);
+    return container != nullptr && codec.createDomainXmlNode(container->getItems(), node);
 }
 
 // Virtual parse: a failed list parse leaves the container as it was.
@@ -460,9 +467,11 @@ bool parseEntry(Codec& codec, int id, NodePtr& node, BaseDomain* domain) {
     bool isContainer = false;
     if (domain == nullptr || !checkDomainId(domain, id, isContainer)) return false;
     if (!isContainer) return codec.parseDomainXmlNode(node, *static_cast<T*>(domain));
+    DomainVectorContainer<T>* container = containerOf<T>(domain);
+    if (container == nullptr) return false;
     std::vector<T> items;
     if (!codec.parseDomainXmlNode(node, items)) return false;
-    static_cast<DomainVectorContainer<T>*>(domain)->getItems() = items;
+    container->getItems() = items;
     return true;
 }
 

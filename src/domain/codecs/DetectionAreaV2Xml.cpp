@@ -1,3 +1,4 @@
+#include <climits>
 #include <cstring>
 #include <new>
 #include <string>
@@ -25,7 +26,10 @@ bool DetectionAreaV2Xml::createDomainXmlNode(const DetectionAreaV2& record,
     if (!node->setProperty("HighCellNumber", record.getHighCellNumber())) return false;
     if (!node->setProperty("DataLength", record.getDataLength())) return false;
     if (record.getData() == nullptr) return true;
-    int room = record.getDataLength() * 2 + 6;
+    // The encoder's exact need, in 64 bits: four characters per three bytes and a terminator.
+    const long long need = (static_cast<long long>(record.getDataLength()) + 2) / 3 * 4 + 1;
+    if (need > INT_MAX) return false;
+    int room = static_cast<int>(need);
     std::vector<char> text(static_cast<size_t>(room));
     if (Base64Encode(record.getData(), record.getDataLength(), text.data(), room) != 0) return false;
     return node->setProperty("Data", std::string(text.data(), static_cast<size_t>(room)));
@@ -46,8 +50,13 @@ bool DetectionAreaV2Xml::parseDomainXmlNode(SafePointer<DomainXmlNode>& node, De
         record.clearData();
         return true;
     }
-    if (length < 0) return false;
-    int room = length + 1024;
+    if (length < 0 || text.size() > static_cast<size_t>(INT_MAX)) return false;
+    // The decoder is offered DataLength + 1024 bytes, but the block is never
+    // larger than the text can decode to: DataLength comes from the peer and
+    // must not choose an allocation.
+    const long long offered = static_cast<long long>(length) + 1024;
+    const int bound = Base64DecodedRoom(static_cast<int>(text.size()));
+    int room = offered < bound ? static_cast<int>(offered) : bound;
     std::vector<unsigned char> bytes(static_cast<size_t>(room), 0);
     if (Base64Decode(text.data(), static_cast<int>(text.size()), bytes.data(), room) != 0) return false;
     record.setData(bytes.data(), room);

@@ -14,6 +14,10 @@ namespace {
 constexpr size_t kRealBufferSize = 100;
 constexpr size_t kIntBufferSize = 64;
 
+// Zero bytes behind a text for the XML library: more than the longest step
+// of a UTF-8 lead byte (4).
+constexpr size_t kTextPadding = 8;
+
 TiXmlElement* cloneElement(const TiXmlElement& element) {
     TiXmlNode* copy = element.Clone();
     if (copy == nullptr) return nullptr;
@@ -182,13 +186,8 @@ bool DomainXmlNode::toString(const SafePointer<DomainXmlNode>& node, std::string
 }
 
 bool DomainXmlNode::fromString(const std::string& text, SafePointer<DomainXmlNode>& node) {
-    // Zero bytes behind the text: the library steps over a multi-byte
-    // character by the length its lead byte announces, which at the very end
-    // of a text would skip the terminator.
-    std::string padded(text);
-    padded.append(8, '\0');
     TiXmlDocument document;
-    document.Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+    parseXmlText(document, text);
     if (document.Error()) return false;
     for (const TiXmlNode* child = document.FirstChild(); child != nullptr; child = child->NextSibling()) {
         const TiXmlElement* element = child->ToElement();
@@ -198,4 +197,11 @@ bool DomainXmlNode::fromString(const std::string& text, SafePointer<DomainXmlNod
         }
     }
     return false;
+}
+
+void parseXmlText(TiXmlDocument& document, const std::string& text) {
+    std::string padded;
+    padded.reserve(text.size() + kTextPadding);
+    padded.assign(text).append(kTextPadding, '\0');
+    document.Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
 }

@@ -5,6 +5,7 @@
 
 #include "Product/Technic/SafePointer.h"
 
+class TiXmlDocument;
 class TiXmlElement;
 
 // The domain layer's door to the XML library: one element tree, always owned
@@ -65,3 +66,10 @@ class DomainXmlNode {
   private:
     TiXmlElement* m_pElement;
 };
+
+// Parses text (up to its first zero byte) into document, with the encoding left
+// to the XML library. Every text handed to the XML library goes through here:
+// in UTF-8 the library steps over a multi-byte character by the length that its
+// lead byte announces, so a lead byte at the very end would carry it past the
+// terminator; the text is parsed from a copy with zero bytes behind it.
+void parseXmlText(TiXmlDocument& document, const std::string& text);

@@ -27,8 +27,8 @@ bool BaseDomainXml::createDomainXmlNode(const BaseDomain* domain, SafePointer<Do
     bool isContainer = false;
     if (domain == nullptr || !checkDomainId(domain, 0, isContainer)) return false;
     if (isContainer) {
-        return createDomainXmlNode(static_cast<const DomainVectorContainer<BaseDomain>*>(domain)->getItems(),
-                                   node);
+        const DomainVectorContainer<BaseDomain>* container = containerOf<BaseDomain>(domain);
+        return container != nullptr && createDomainXmlNode(container->getItems(), node);
     }
     return createDomainXmlNode(*domain, node);
 }
@@ -37,9 +37,10 @@ bool BaseDomainXml::parseDomainXmlNode(SafePointer<DomainXmlNode>& node, BaseDom
     bool isContainer = false;
     if (domain == nullptr || !checkDomainId(domain, 0, isContainer)) return false;
     if (isContainer) {
+        DomainVectorContainer<BaseDomain>* container = containerOf<BaseDomain>(domain);
         std::vector<BaseDomain> records;
-        if (!parseDomainXmlNode(node, records)) return false;
-        static_cast<DomainVectorContainer<BaseDomain>*>(domain)->getItems() = records;
+        if (container == nullptr || !parseDomainXmlNode(node, records)) return false;
+        container->getItems() = records;
         return true;
     }
     return parseDomainXmlNode(node, *domain);

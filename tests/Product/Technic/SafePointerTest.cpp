@@ -84,7 +84,8 @@ TEST(SafePointerTest, CopiesAndConversionsShareOneEntry) {
         SafePointer<SpCounted> other(new SpCounted);
         other = base;  // other's object goes
         EXPECT_EQ(SpCounted::destroyed, before + 1);
-        base = base;
+        SafePointer<SpCounted>& same = base;
+        base = same;  // self-assignment
         SafePointer<SpCounted> moved(std::move(other));
         SafePointer<SpDerived> back = dynamicPointerCast<SpDerived>(moved);
         EXPECT_EQ(back.useCount(), 4);  // derived, base, moved, back
