@@ -56,6 +56,12 @@ enum class FakeStep { Create, Open, Bind, Join, Throw };
 class FakeTransfer;
 
 class FakeNetwork {
+    template <class F>
+    auto locked(F f) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return f();
+    }
+
   public:
     // Two adapters by default: lanA 192.0.2.1 and lanB 198.51.100.1.
     explicit FakeNetwork(std::vector<AdapterEntry> adapters = {{"lanA", {"192.0.2.1"}},
@@ -66,7 +72,9 @@ class FakeNetwork {
 
     // Called for every datagram sent, on the sending thread, after it was
     // recorded; it may deliver answers.
-    void setResponder(std::function<void(const FakeDatagram&)> responder);
+    void setResponder(std::function<void(const FakeDatagram&)> responder) {
+        locked([&] { m_responder = std::move(responder); });
+    }
     // Queues `d` on every open transfer it reaches: unicast to the transfers
     // bound to its address (or the wildcard address) and port; a group to the
     // transfers bound to its port that joined it, on adapter `via` if given.
@@ -75,16 +83,24 @@ class FakeNetwork {
     // Queues an answer on the transfer that sent `query`.
     int reply(const FakeDatagram& query, const std::string& fromIp, const Bytes& bytes);
 
-    std::vector<FakeDatagram> sent();
+    std::vector<FakeDatagram> sent() {
+        return locked([&] { return m_sent; });
+    }
     // Waits until at least `count` datagrams were sent (5 s at most).
     std::vector<FakeDatagram> waitSent(size_t count);
-    void clearSent();
+    void clearSent() {
+        locked([&] { m_sent.clear(); });
+    }
     // Transfers open now.
-    size_t openCount();
+    size_t openCount() {
+        return locked([&] { return m_transfers.size(); });
+    }
 
     // Makes the next `step` of a transfer on local address `address` (any
     // address when empty) fail; a failing Bind or Open returns `code`.
-    void failNext(FakeStep step, const std::string& address = "", int code = -1);
+    void failNext(FakeStep step, const std::string& address = "", int code = -1) {
+        locked([&] { m_failures.push_back({step, address, code}); });
+    }
 
   private:
     friend class FakeTransfer;
@@ -104,10 +120,7 @@ class FakeNetwork {
 
     // The code of a pending failure of `step` at `address`, consumed; 0 when none.
     int takeFailure(FakeStep step, const std::string& address);
-    void attach(FakeTransfer* transfer);
-    void detach(FakeTransfer* transfer);
     void recordSend(const FakeDatagram& d);
-    unsigned short nextEphemeralPort();
 
     std::mutex m_lock;
     std::condition_variable m_sentSignal;
