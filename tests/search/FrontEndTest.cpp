@@ -7,6 +7,8 @@
 // transfer seam: what each start sends, from which adapters, and what reaches
 // a receiver of the signals.
 #include <QAbstractItemModelTester>
+#include <QCoreApplication>
+#include <QEventLoop>
 #include <QMetaType>
 #include <QSignalSpy>
 
@@ -14,6 +16,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <set>
 #include <string>
 #include <thread>
@@ -29,9 +32,32 @@
 #include "discovery/DiscoveryNames.h"
 #include "discovery/EngineTestSupport.h"
 #include "domain/records/DeviceSummaryInfo.h"
-#include "search/QtTestEnvironment.h"
 
 namespace {
+
+// A QCoreApplication for the whole test program, made before the first test.
+class QtEnvironment : public ::testing::Environment {
+    void SetUp() override { m_pApp = std::make_unique<QCoreApplication>(m_nArgc, m_argv); }
+    void TearDown() override { m_pApp.reset(); }
+
+    int m_nArgc = 1;
+    char m_szName[15] = "devsearch-test";
+    char* m_argv[2] = {m_szName, nullptr};
+    std::unique_ptr<QCoreApplication> m_pApp;
+};
+::testing::Environment* const g_qtEnvironment = ::testing::AddGlobalTestEnvironment(new QtEnvironment);
+
+// Processes events of the calling (application) thread until `done` is true;
+// false when `limit` has passed first.
+bool processUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
 
 // A summary with every field set, each to a value of its own.
 DeviceSummaryInfo summary() {
@@ -225,7 +251,7 @@ TEST(DeviceListModelTest, StartingASearchDropsOnlyItsOwnRowsWhenAsked) {
     auto rangeSearch = [&] {
         const size_t before = ends.size();
         EXPECT_EQ(0, model.startSearch(true));
-        EXPECT_TRUE(testqt::processUntil([&] { return ends.size() > before; }, std::chrono::seconds(5)));
+        EXPECT_TRUE(processUntil([&] { return ends.size() > before; }, std::chrono::seconds(5)));
         EXPECT_FALSE(search->isRangeSearchRunning());
     };
 
@@ -283,7 +309,7 @@ struct Receiver {
                          [this](const NetVideoDeviceInfo& r) { records.push_back(r); });
     }
     bool waitFor(size_t n) {
-        return testqt::processUntil([&] { return records.size() >= n; }, 5000ms);
+        return processUntil([&] { return records.size() >= n; }, 5000ms);
     }
     QObject context;
     std::vector<NetVideoDeviceInfo> records;
@@ -310,7 +336,7 @@ class Controller : public ::testing::Test {
         search->setFlag(true);
         search->setStartIP(QString());
         search->startSearch(true);
-        EXPECT_TRUE(testqt::processUntil([&] { return !search->isRangeSearchRunning(); }, 2000ms));
+        EXPECT_TRUE(processUntil([&] { return !search->isRangeSearchRunning(); }, 2000ms));
         search->stopSearch(true);
         search->setNetWorkType(0);
         search->setNetWorkName(QString());
