@@ -325,6 +325,24 @@ TEST(CommandBuffer, ConsumeAndSetLength) {
     EXPECT_EQ(b.getLength(), 2u);
 }
 
+// A connected pair of local sockets (no network involved).
+struct Pair {
+    int a = -1, b = -1;
+    explicit Pair(int type = SOCK_DGRAM) {
+        int fds[2];
+        EXPECT_EQ(0, socketpair(AF_UNIX, type, 0, fds));
+        a = fds[0];
+        b = fds[1];
+    }
+    ~Pair() {
+        if (a >= 0) close(a);
+        if (b >= 0) close(b);
+    }
+    void poke() const { ASSERT_EQ(1, write(b, "x", 1)); }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+};
+
 TEST(SocketReadSelect, CapacityDuplicatesAndNonBlockingMode) {
     SocketReadSelect set;
     std::vector<std::unique_ptr<Pair>> pairs;
