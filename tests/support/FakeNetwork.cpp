@@ -183,16 +183,16 @@ class FakeTransfer : public ITransfer {
     InetAddr m_objPeer;
 };
 
-ITransfer* FakeNetwork::Factory::createTransfer(int ipVersion) {
-    if (m_network.takeFailure(FakeStep::Create, "") != 0) return nullptr;
-    return new FakeTransfer(m_network, ipVersion);
+ITransfer* FakeNetwork::createTransfer(int ipVersion) {
+    if (takeFailure(FakeStep::Create, "") != 0) return nullptr;
+    return new FakeTransfer(*this, ipVersion);
 }
 
-FakeNetwork::FakeNetwork(std::vector<AdapterEntry> adapters) : m_factory(*this) {
+FakeNetwork::FakeNetwork(std::vector<AdapterEntry> adapters) {
     // The datagram factory is registered first, so that an engine made later
     // does not register it over this one.
     m_pPrevious = registerUDPTransfer();
-    TransferFactoryMap::getInstance()->addFactory(kUDPTransferKey, &m_factory);
+    TransferFactoryMap::getInstance()->addFactory(kUDPTransferKey, this);
     setAdapterSource([adapters] { return adapters; });
 }
 

@@ -55,7 +55,8 @@ enum class FakeStep { Create, Open, Bind, Join, Throw };
 
 class FakeTransfer;
 
-class FakeNetwork {
+// It is the transfer factory registered under key 1.
+class FakeNetwork : private ITransferFactory {
     template <class F>
     auto locked(F f) {
         std::lock_guard<std::mutex> guard(m_lock);
@@ -109,15 +110,7 @@ class FakeNetwork {
         std::string address;
         int code;
     };
-    class Factory : public ITransferFactory {
-      public:
-        explicit Factory(FakeNetwork& network) : m_network(network) {}
-        ITransfer* createTransfer(int ipVersion) override;
-
-      private:
-        FakeNetwork& m_network;
-    };
-
+    ITransfer* createTransfer(int ipVersion) override;
     // The code of a pending failure of `step` at `address`, consumed; 0 when none.
     int takeFailure(FakeStep step, const std::string& address);
     void recordSend(const FakeDatagram& d);
@@ -129,7 +122,6 @@ class FakeNetwork {
     std::vector<Failure> m_failures;
     std::function<void(const FakeDatagram&)> m_responder;
     unsigned short m_nNextPort = 50000;
-    Factory m_factory;
     ITransferFactory* m_pPrevious;
 };
 

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
@@ -61,11 +60,6 @@ std::unique_ptr<T> orWhy(std::string* why, F build) {
 }
 
 }  // namespace
-
-bool netnsRequired() {
-    const char* ci = std::getenv("CI");
-    return ci != nullptr && std::strcmp(ci, "true") == 0;
-}
 
 NetnsThread::NetnsThread(int nsFd, std::function<void()> fn)
     : m_pError(std::make_unique<std::exception_ptr>()) {
