@@ -137,7 +137,7 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
              "<I Version=\"3\" StreamID=\"2\"><LIB ID=\"4\" enable=\"true\"><Resolution videoWidth=\"704\" "
              "videoHeight=\"576\" /><Common totalAnalyseRegionNum=\"8\" MaxEnableFunsNum=\"2\" /></LIB><LIB "
              "/></I>"),
-         {true, libDefaults,
+         {true, "IntelligenceLibInfoXml.cpp# nStreamID = 2 \n" + libDefaults,
           "<I Version=\"3\" StreamID=\"2\">\n\t<LIB ID=\"4\" enable=\"true\">\n"
           "\t\t<Resolution videoWidth=\"704\" videoHeight=\"576\" />\n"
           "\t\t<Common totalAnalyseRegionNum=\"8\" MaxEnableFunsNum=\"2\" />\n\t</LIB>\n"
@@ -147,6 +147,7 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
          run<IntelligenceLibInfo>("<I Version=\"3\" />"),
          {true,
           "IntelligenceLibInfoXml::parseDomainXmlNode get StreamID failed \n"
+          "IntelligenceLibInfoXml.cpp# nStreamID = 1 \n"
           "IntelligenceAnalyseAbilityXml::parseLibCommonNode get LibCommonAbilityList Failed! Node List "
           "isn't exist! \n",
           "<I Version=\"3\" StreamID=\"1\" />\n"}},
