@@ -184,6 +184,12 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
           "NODE_FISHEYE_VIDEO_LAYOUT_LIST failed\nparseDomainXmlNode objFisheyeVideoLayoutList failed\n"
           "FisheyeVideoLayoutSupportXml.cpp# p_objFisheyeVideoLayoutSupportList.size() = 0  \n",
           "<S SensorSize=\"0\" width=\"1920\" height=\"0\">\n\t<FisheyeVideoLayoutList />\n</S>\n"}},
+        {"FisheyeVideoLayoutSupport: at the default level only the two traces",
+         run<FisheyeVideoLayoutSupport>("<S SensorSize=\"1\" width=\"2\" height=\"3\" />"),
+         {true,
+          "FisheyeVideoLayoutSupportXml.cpp# nSensorSize = 1 ,nwidth = 2  nheight = 3  \n"
+          "FisheyeVideoLayoutSupportXml.cpp# p_objFisheyeVideoLayoutSupportList.size() = 0  \n",
+          "<S SensorSize=\"1\" width=\"2\" height=\"3\">\n\t<FisheyeVideoLayoutList />\n</S>\n"}},
         {"PTZOperationInfo: three 8-bit states taken by their tag, the fourth ignored",
          run<PTZOperationInfo>(
              "<P CommonID=\"4\"><AlarmIOStateList><AlarmIOState AlarmIOState=\"2\" /><Other "
