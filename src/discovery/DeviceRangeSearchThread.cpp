@@ -11,6 +11,7 @@
 #include "Product/Technic/OLTrace.h"
 #include "devsearch/DeviceSearchListener.h"
 #include "discovery/AddressText.h"
+#include "discovery/RangeScan.h"
 #include "discovery/SearchQuery.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "domain/records/Version.h"
@@ -99,6 +100,10 @@ void DeviceRangeSearchThread::setSuppressDuplicates(bool on) {
     m_bSuppressDuplicates = on;
 }
 
+void DeviceRangeSearchThread::setQueryRate(int perSecond) {
+    m_nQueryRate = std::min(std::max(perSecond, 0), static_cast<int>(RangeScan::kMaxRate));
+}
+
 void DeviceRangeSearchThread::setListener(IDeviceSearcherListener* listener) {
     OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
     m_pListener = listener;
@@ -172,7 +177,9 @@ int DeviceRangeSearchThread::run() {
 
             m_nPassDone = 0;
             m_nPassFound = 0;
-            for (size_t i = 0; i < work.size() && !m_bStop; ++i) {
+            const int rate = m_nQueryRate;
+            if (rate > 0) scanPass(work, rate);
+            for (size_t i = 0; rate == 0 && i < work.size() && !m_bStop; ++i) {
                 m_vecBatch.push_back(work[i]);
                 if (m_vecBatch.size() == static_cast<size_t>(kBatchSize) || i + 1 == work.size()) {
                     runBatch(firstPass);
@@ -258,6 +265,31 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
             m_objWakeUp.sleepFor(kLaterPassPauseMs);
         }
     }
+}
+
+void DeviceRangeSearchThread::scanPass(const std::vector<uint32_t>& work, int rate) {
+    CommandBuffer query;
+    SDKCommandParser parser;
+    if (!buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) {
+        OLTrace(1, __FILE__, "DeviceRangeSearchThread::scanPass query not built, nRet = %d\n",
+                kRangeQueryNotBuilt);
+        return;
+    }
+    RangeScan::Events events;
+    events.answer = [this](CommandBuffer& datagram, const std::string& source) {
+        DeviceSummaryInfo summary;
+        if (parseAnswer(datagram, summary) == 0) deliver(summary, source);
+    };
+    events.progress = [this](int done) {
+        m_nPassDone = done;
+        reportProgress(false);
+    };
+    SystemRangeScanClock clock(&m_objWakeUp);
+    RangeScan scan(work, m_nPort, rate, std::move(events), m_bStop, clock);
+    OLTrace(2, __FILE__, "DeviceRangeSearchThread::scanPass %zu addresses at %d/s\n", work.size(), rate);
+    const int result = scan.run(query);
+    if (result != 0)
+        OLTrace(1, __FILE__, "DeviceRangeSearchThread::scanPass no transfer, nRet = %d\n", result);
 }
 
 void DeviceRangeSearchThread::receivePhase() {
