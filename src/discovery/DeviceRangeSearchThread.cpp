@@ -42,6 +42,16 @@ bool parseAddress(const char* text, uint32_t& out) {
     return false;
 }
 
+// The query of one batch or scan, with the next sequence number; a failure
+// is logged for `caller`.
+bool buildRangeQuery(CommandBuffer& query, const char* caller) {
+    SDKCommandParser parser;
+    if (buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) return true;
+    OLTrace(1, __FILE__, "DeviceRangeSearchThread::%s query not built, nRet = %d\n", caller,
+            kRangeQueryNotBuilt);
+    return false;
+}
+
 uint32_t elapsedMs(uint32_t since) {
     return static_cast<uint32_t>(getTickCount32() - since);
 }
@@ -231,12 +241,7 @@ void DeviceRangeSearchThread::reportProgress(bool finished) {
 
 void DeviceRangeSearchThread::sendPhase(bool firstPass) {
     CommandBuffer query;
-    SDKCommandParser parser;
-    if (!buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) {
-        OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n",
-                kRangeQueryNotBuilt);
-        return;
-    }
+    if (!buildRangeQuery(query, "sendPhase")) return;
     ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
     InetAddr to;
     to.setPORT(m_nPort);
@@ -269,12 +274,7 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
 
 void DeviceRangeSearchThread::scanPass(const std::vector<uint32_t>& work, int rate) {
     CommandBuffer query;
-    SDKCommandParser parser;
-    if (!buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) {
-        OLTrace(1, __FILE__, "DeviceRangeSearchThread::scanPass query not built, nRet = %d\n",
-                kRangeQueryNotBuilt);
-        return;
-    }
+    if (!buildRangeQuery(query, "scanPass")) return;
     RangeScan::Events events;
     events.answer = [this](CommandBuffer& datagram, const std::string& source) {
         DeviceSummaryInfo summary;

@@ -26,12 +26,12 @@ constexpr int64_t kMaxCatchUpUs = 100000;
 // Longest wait of one turn, so that the stop flag is seen without a wake-up.
 constexpr int kMaxWaitMs = 200;
 
-// Failures that no pause mends: the address is given up at once.
+// Failures that no pause mends: the address is given up at once. (EINVAL is
+// not one: the system gives it when its neighbour table is full.)
 bool lasting(int error) {
     switch (error) {
         case EACCES:
         case EPERM:
-        case EINVAL:
         case ENETUNREACH:
         case EAFNOSUPPORT:
         case EDESTADDRREQ:
