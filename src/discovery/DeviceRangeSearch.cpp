@@ -26,6 +26,10 @@ void DeviceRangeSearch::setSuppressDuplicates(bool on) {
     m_pImpl->setSuppressDuplicates(on);
 }
 
+void DeviceRangeSearch::setQueryRate(int perSecond) {
+    m_pImpl->setQueryRate(perSecond);
+}
+
 void DeviceRangeSearch::setListener(IDeviceSearcherListener* listener) {
     m_pImpl->setListener(listener);
 }

@@ -20,6 +20,7 @@ class DeviceRangeSearch {
     void setPort(unsigned short port);
     void setPassLimit(int limit);
     void setSuppressDuplicates(bool on);
+    void setQueryRate(int perSecond);
     void setListener(IDeviceSearcherListener* listener);
     void setProgressListener(IRangeSearchProgressListener* listener);
     // True from a successful start() until the run's end has been reported.

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -14,6 +15,7 @@
 #include "discovery/DeviceMulticastRecv.h"
 #include "discovery/DeviceRangeSearch.h"
 #include "discovery/DiscoveryNames.h"
+#include "discovery/RangeScan.h"
 #include "domain/records/InetAddr.h"
 #include "transport/AdapterQuery.h"
 
@@ -140,6 +142,7 @@ int DeviceSearch::ActiveSearch(bool wholeSubnet) {
     m_pRangeSearch->setPort(m_nPort);
     m_pRangeSearch->setPassLimit(1);
     m_pRangeSearch->setSuppressDuplicates(true);
+    m_pRangeSearch->setQueryRate(m_nQueryRate);
 
     const int started = m_pRangeSearch->start();
     if (started != 0) return started;
@@ -224,6 +227,12 @@ unsigned short DeviceSearch::getPort() {
 }
 void DeviceSearch::setPort(unsigned short port) {
     m_nPort = port;
+}
+int DeviceSearch::getQueryRate() {
+    return m_nQueryRate;
+}
+void DeviceSearch::setQueryRate(int perSecond) {
+    m_nQueryRate = std::min(std::max(perSecond, 0), static_cast<int>(RangeScan::kMaxRate));
 }
 QString DeviceSearch::getNetWorkName() {
     return m_strNetWorkName;
