@@ -1,6 +1,5 @@
 #include "protocol/SDKNormalXmlBodyParser.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -38,12 +37,13 @@ bool shapeWithin(const std::string& text, unsigned maxDepth, unsigned maxElement
     unsigned elements = 0;
     const char* const data = text.data();
     const size_t n = text.size();
-    // The first occurrence of c at or after from, or n.
-    const auto find = [data, n](char c, size_t from) -> size_t {
-        if (from >= n) return n;
-        const void* at = std::memchr(data + from, c, n - from);
-        return at != nullptr ? static_cast<size_t>(static_cast<const char*>(at) - data) : n;
+    // The first occurrence of c at or after from and before limit, or limit.
+    const auto findBefore = [data](char c, size_t from, size_t limit) -> size_t {
+        if (from >= limit) return limit;
+        const void* at = std::memchr(data + from, c, limit - from);
+        return at != nullptr ? static_cast<size_t>(static_cast<const char*>(at) - data) : limit;
     };
+    const auto find = [&findBefore, n](char c, size_t from) { return findBefore(c, from, n); };
     size_t i = find('<', 0);
     while (i < n) {
         if (text.compare(i, 4, "<!--") == 0) {
@@ -67,7 +67,7 @@ bool shapeWithin(const std::string& text, unsigned maxDepth, unsigned maxElement
         size_t j = i + 1;
         size_t end = find('>', j);
         for (;;) {
-            const size_t quote = std::min(find('"', j), find('\'', j));
+            const size_t quote = findBefore('\'', j, findBefore('"', j, end));
             if (quote >= end) break;
             j = find(data[quote], quote + 1) + 1;  // behind the closing quote
             if (j > end) end = find('>', j);
