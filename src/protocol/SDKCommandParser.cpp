@@ -1,6 +1,7 @@
 #include "protocol/SDKCommandParser.h"
 
 #include <climits>
+#include <memory>
 #include <new>
 #include <typeinfo>
 #include <utility>
@@ -61,9 +62,9 @@ bool SDKCommandParser::createCommand(const SafePointer<CommandParam>& param, Com
     }
     SDKCommandHeadInfo head = command->m_objHead;
 
-    SafePointer<ICommandBodyParser> bodyParser =
-        protocol_detail::adoptSafe(createBodyParser(head.nCommandID));
-    if (bodyParser.isNull()) {
+    // Made and dropped within the call: a plain owner, no registry entry.
+    const std::unique_ptr<ICommandBodyParser> bodyParser(createBodyParser(head.nCommandID));
+    if (bodyParser == nullptr) {
         OLTrace(1, kFile, "SDKCommandParser::createCommand nCommandId = %d createBodyParser failed \n",
                 head.nCommandID);
         return false;
@@ -118,9 +119,9 @@ bool SDKCommandParser::parseCommand(const CommandBuffer& in, SafePointer<Command
     OLTrace(3, kFile, "recv:nCommandID =%d\n %s\n", head.nCommandID,
             reinterpret_cast<const char*>(body.getCursor()));
 
-    SafePointer<ICommandBodyParser> bodyParser =
-        protocol_detail::adoptSafe(createBodyParser(head.nCommandID));
-    if (bodyParser.isNull()) {
+    // Made and dropped within the call: a plain owner, no registry entry.
+    const std::unique_ptr<ICommandBodyParser> bodyParser(createBodyParser(head.nCommandID));
+    if (bodyParser == nullptr) {
         OLTrace(1, kFile, "SDKCommandParser::parseCommand nCommandId = %d createBodyParser failed \n",
                 head.nCommandID);
         return false;

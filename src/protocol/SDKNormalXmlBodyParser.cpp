@@ -35,48 +35,51 @@ bool skipPast(const std::string& text, size_t from, const char* end, size_t& i) 
 bool shapeWithin(const std::string& text, unsigned maxDepth, unsigned maxElements) {
     unsigned depth = 0;
     unsigned elements = 0;
-    size_t i = 0;
+    const char* const data = text.data();
     const size_t n = text.size();
+    // The first occurrence of c at or after from and before limit, or limit.
+    const auto findBefore = [data](char c, size_t from, size_t limit) -> size_t {
+        if (from >= limit) return limit;
+        const void* at = std::memchr(data + from, c, limit - from);
+        return at != nullptr ? static_cast<size_t>(static_cast<const char*>(at) - data) : limit;
+    };
+    const auto find = [&findBefore, n](char c, size_t from) { return findBefore(c, from, n); };
+    size_t i = find('<', 0);
     while (i < n) {
-        if (text[i] != '<') {
-            ++i;
-            continue;
-        }
         if (text.compare(i, 4, "<!--") == 0) {
             if (!skipPast(text, i + 4, "-->", i)) return true;
+            i = find('<', i);
             continue;
         }
         if (text.compare(i, 9, "<![CDATA[") == 0) {
             if (!skipPast(text, i + 9, "]]>", i)) return true;
+            i = find('<', i);
             continue;
         }
         const char next = i + 1 < n ? text[i + 1] : '\0';
         if (next == '?' || next == '!' || next == '/') {
             if (next == '/' && depth > 0) --depth;
             if (!skipPast(text, i + 1, ">", i)) return true;
+            i = find('<', i);
             continue;
         }
         // An opening tag: find its end outside quoted values.
-        char quote = 0;
         size_t j = i + 1;
-        for (; j < n; ++j) {
-            const char c = text[j];
-            if (quote != 0) {
-                if (c == quote) quote = 0;
-            } else if (c == '"' || c == '\'') {
-                quote = c;
-            } else if (c == '>') {
-                break;
-            }
+        size_t end = find('>', j);
+        for (;;) {
+            const size_t quote = findBefore('\'', j, findBefore('"', j, end));
+            if (quote >= end) break;
+            j = find(data[quote], quote + 1) + 1;  // behind the closing quote
+            if (j > end) end = find('>', j);
         }
-        if (j >= n) return true;
+        if (end >= n) return true;
         if (++elements > maxElements) {
             return false;
         }
-        if (text[j - 1] != '/' && ++depth > maxDepth) {
+        if (text[end - 1] != '/' && ++depth > maxDepth) {
             return false;
         }
-        i = j + 1;
+        i = find('<', end + 1);
     }
     return true;
 }

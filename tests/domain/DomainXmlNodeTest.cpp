@@ -110,6 +110,35 @@ TEST(DomainXmlNodeTest, ChildrenAreDeepCopies) {
     EXPECT_EQ(4u, all.size());  // the comment is skipped
 }
 
+// Nodes share what they read and what is added to them; a write through one
+// node never shows in another, whichever of them writes and whichever lives on.
+TEST(DomainXmlNodeTest, SharedTreesBehaveAsCopies) {
+    Node root;
+    ASSERT_TRUE(DomainXmlNode::fromString("<R v=\"1\"><A n=\"1\" /></R>", root));
+    Node copy(new DomainXmlNode(*root));
+    Node child;
+    ASSERT_TRUE(root->getConfigNode("A", child));
+    root->setProperty("v", 2);
+    copy->setProperty("w", 3);
+    root->addConfigNode(child);  // a child of its own tree: copied
+    root->addConfigNode(root);   // itself: copied, no loop
+    child->setProperty("n", 4);
+    root.reset();  // the views keep the tree
+    EXPECT_EQ("<A n=\"4\" />\n", print(child));
+    EXPECT_EQ("<R v=\"1\" w=\"3\">\n\t<A n=\"1\" />\n</R>\n", print(copy));
+    ASSERT_TRUE(copy->getConfigNode("A", child));
+    EXPECT_EQ("<A n=\"1\" />\n", print(child));
+
+    Node parent = makeNode("P");
+    Node added = makeNode("C");
+    parent->addConfigNode(added);  // given away, still readable
+    parent->setProperty("p", 1);
+    parent->addConfigNode(added);
+    added->setProperty("c", 2);
+    EXPECT_EQ("<C c=\"2\" />\n", print(added));
+    EXPECT_EQ("<P p=\"1\">\n\t<C />\n\t<C />\n</P>\n", print(parent));
+}
+
 TEST(DomainXmlNodeTest, FromStringRefusals) {
     // A text that ends inside a multi-byte character is refused, not overrun.
     const char* texts[] = {"", "<?xml version=\"1.0\"?>", "<A><B></A>",

@@ -35,7 +35,9 @@ SafePointerNameMap::~SafePointerNameMap() = default;
 
 void SafePointerNameMap::add(const char* name) {
     if (name == nullptr || *name == '\0') return;
-    ++m_mapNames[name];
+    auto it = m_mapNames.find(name);
+    if (it == m_mapNames.end()) it = m_mapNames.emplace(name, 0).first;
+    ++it->second;
 }
 
 void SafePointerNameMap::remove(const char* name) {
@@ -144,7 +146,7 @@ void SafePointerRegistry::release(SafePointerEntry* entry, const char* typeName)
 
 void SafePointerRegistry::reportNames(std::string& text, int threshold) {
     CoreLock guard(m_objLock);
-    const std::map<std::string, int>& names = m_objNames.getMap();
+    const SafePointerNameMap::NameCounts& names = m_objNames.getMap();
     long total = 0;
     for (const auto& item : names) total += item.second;
     char buffer[128];

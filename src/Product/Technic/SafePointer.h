@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -52,10 +53,12 @@ class SafePointerNameMap {
     void add(const char* name);
     void remove(const char* name);
     int getCount(const std::string& name) const;
-    const std::map<std::string, int>& getMap() const { return m_mapNames; }
+    // Ordered by name; looked up by a type's name without building a string.
+    typedef std::map<std::string, int, std::less<>> NameCounts;
+    const NameCounts& getMap() const { return m_mapNames; }
 
   private:
-    std::map<std::string, int> m_mapNames;
+    NameCounts m_mapNames;
 };
 
 // Process-wide table of registered objects. Grows by 128 entries, up to 20096.

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Product/Technic/SafePointer.h"
@@ -55,8 +56,9 @@ bool setFixedText(char* field, int max, const char* text);
 template <class F>
 struct Wire {
     typedef F type;
-    static type out(const F& value) { return value; }
+    static const type& out(const F& value) { return value; }
     static F in(const type& value) { return value; }
+    static F in(type&& value) { return std::move(value); }
     static int lineValue(const type&) { return 0; }
 };
 // An integer no wider than int travels as int; a read keeps its low bits.
@@ -104,7 +106,7 @@ class BuildVisitor {
         attr(tag, presence, field, item);
     }
     DOMAIN_CODEC_STEP void text(const char* tag, Presence, char* field, int, const Item& = Item()) {
-        m_node->setProperty(tag, std::string(field));
+        m_node->setProperty(tag, static_cast<const char*>(field));
     }
     DOMAIN_CODEC_STEP void intReadAsFloat(const char* tag, Presence, int& field, const Item& = Item()) {
         m_node->setProperty(tag, field);
@@ -188,7 +190,7 @@ class ParseVisitor {
         if (m_bFailed) return;
         typename Wire<F>::type local = item.isKeep() ? Wire<F>::out(field) : typename Wire<F>::type();
         if (read(tag, local)) {
-            field = Wire<F>::in(local);
+            field = Wire<F>::in(std::move(local));
             return;
         }
         missing(tag, presence, item, field, Wire<F>::in(local), Wire<F>::lineValue(local));
@@ -200,7 +202,7 @@ class ParseVisitor {
         if (m_bFailed) return;
         typename Wire<F>::type local = typename Wire<F>::type();
         if (read(tag, local)) {
-            field = Wire<F>::in(local);
+            field = Wire<F>::in(std::move(local));
             return;
         }
         if (presence == Presence::Optional) {

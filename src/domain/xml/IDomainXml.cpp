@@ -1,5 +1,7 @@
 #include "domain/xml/IDomainXml.h"
 
+#include <memory>
+
 #include "domain/DomainContainer.h"
 #include "domain/DomainXmlFactory.h"
 
@@ -91,7 +93,7 @@ bool domainToXmlNode(const std::string& name, const BaseDomain* domain, SafePoin
     if (domain == nullptr) return false;
     IDomainXml* raw = createDomainXml(lookupId(domain));
     if (raw == nullptr) return false;
-    SafePointer<IDomainXml> codec(raw);
+    const std::unique_ptr<IDomainXml> codec(raw);
     node = SafePointer<DomainXmlNode>(new DomainXmlNode(name));
     return codec->createDomainXmlNode(domain, node);
 }
@@ -100,7 +102,7 @@ bool xmlNodeToDomain(SafePointer<DomainXmlNode>& node, std::string& name, BaseDo
     if (domain == nullptr) return false;
     IDomainXml* raw = createDomainXml(lookupId(domain));
     if (raw == nullptr) return false;
-    SafePointer<IDomainXml> codec(raw);
+    const std::unique_ptr<IDomainXml> codec(raw);
     if (node.isNull() || !node->getName(name)) return false;
     return codec->parseDomainXmlNode(node, domain);
 }
