@@ -90,6 +90,45 @@ int floatToInt(float value) {
     return static_cast<int>(value);
 }
 
+void addChildNode(NodePtr& node, const char* tag, BuildStep build, const void* value) {
+    NodePtr childNode(new DomainXmlNode(tag));
+    build(nullptr, value, childNode);
+    node->addConfigNode(childNode);
+}
+
+void addListNode(const CodecInfo& info, NodePtr& node, const char* tag, Presence presence, BuildStep build,
+                 const void* value) {
+    NodePtr listNode(new DomainXmlNode(tag));
+    if (build(nullptr, value, listNode)) {
+        node->addConfigNode(listNode);
+    } else if (presence == Presence::Logged) {
+        node->addConfigNode(listNode);
+        writeListBuildLine(info, tag);
+    }
+}
+
+bool addItemNodes(NodePtr& node, const char* itemName, const void* first, size_t count, size_t size,
+                  BuildStep build, void* codec) {
+    if (node.isNull()) return false;
+    const char* item = static_cast<const char*>(first);
+    for (size_t i = 0; i < count; ++i, item += size) {
+        NodePtr itemNode(new DomainXmlNode(itemName));
+        if (!build(codec, item, itemNode)) return false;
+        node->addConfigNode(itemNode);
+    }
+    return true;
+}
+
+bool parseChildNodes(NodePtr& node, ParseStep parse, void* codec, void* records) {
+    if (node.isNull()) return false;
+    DomainXmlNode::NodeVector children;
+    node->getAllConfigNodes(children);
+    for (NodePtr& child : children) {
+        if (!parse(codec, child, records)) return false;
+    }
+    return true;
+}
+
 bool setFixedText(char* field, int max, const char* text) {
     if (text == nullptr) return false;
     size_t length = std::strlen(text);

@@ -43,6 +43,37 @@ void writeNestedParseLine(const CodecInfo& info, const char* tag);
 // "createDomainXmlNode Tag failed \n".
 void writeListBuildLine(const CodecInfo& info, const char* tag);
 
+// ---- the record-independent halves of the steps and list helpers
+//
+// Node handling and loops are compiled once, here; each record type adds only
+// the small functions below that run its codec on one value.
+
+// Runs a codec on a value: a T or a std::vector<T>, as the codec takes it.
+// codec is the codec object, or null for a new one.
+typedef bool (*BuildStep)(void* codec, const void* value, NodePtr& node);
+typedef bool (*ParseStep)(void* codec, NodePtr& node, void* value);
+
+template <class Codec, class V>
+bool buildWith(void* codec, const void* value, NodePtr& node) {
+    const V& typed = *static_cast<const V*>(value);
+    if (codec != nullptr) return static_cast<Codec*>(codec)->createDomainXmlNode(typed, node);
+    Codec fresh;
+    return fresh.createDomainXmlNode(typed, node);
+}
+
+// A new element tag, built by build from value, appended to node.
+void addChildNode(NodePtr& node, const char* tag, BuildStep build, const void* value);
+// As addChildNode, but an element whose build fails is appended only for a
+// logged item, with its line.
+void addListNode(const CodecInfo& info, NodePtr& node, const char* tag, Presence presence, BuildStep build,
+                 const void* value);
+// One element itemName per item of count items of size bytes from first,
+// appended to node; stops at the first failure.
+bool addItemNodes(NodePtr& node, const char* itemName, const void* first, size_t count, size_t size,
+                  BuildStep build, void* codec);
+// Parses every child element of node in turn; stops at the first failure.
+bool parseChildNodes(NodePtr& node, ParseStep parse, void* codec, void* records);
+
 // A float read from text as an int: truncated toward zero, saturated at the
 // ends of int; NaN gives 0. ("1e30" or "nan" must not reach a plain cast.)
 int floatToInt(float value);
@@ -117,10 +148,7 @@ class BuildVisitor {
 
     template <class T>
     DOMAIN_CODEC_STEP void child(const char* tag, Presence, T& field, const Item& = Item()) {
-        NodePtr childNode(new DomainXmlNode(tag));
-        typename CodecOf<T>::type codec;
-        codec.createDomainXmlNode(static_cast<const T&>(field), childNode);
-        m_node->addConfigNode(childNode);
+        addChildNode(m_node, tag, &buildWith<typename CodecOf<T>::type, T>, &field);
     }
     // The base part of the record in a child element of its own.
     template <class T>
@@ -130,14 +158,8 @@ class BuildVisitor {
     template <class T>
     DOMAIN_CODEC_STEP void list(const char* tag, Presence presence, std::vector<T>& field,
                                 const Item& = Item()) {
-        NodePtr listNode(new DomainXmlNode(tag));
-        typename CodecOf<T>::type codec;
-        if (codec.createDomainXmlNode(static_cast<const std::vector<T>&>(field), listNode)) {
-            m_node->addConfigNode(listNode);
-        } else if (presence == Presence::Logged) {
-            m_node->addConfigNode(listNode);
-            writeListBuildLine(m_info, tag);
-        }
+        addListNode(m_info, m_node, tag, presence, &buildWith<typename CodecOf<T>::type, std::vector<T>>,
+                    &field);
     }
     template <class S>
     DOMAIN_CODEC_STEP void scalarList(const char* tag, const char* itemTag, Presence, Presence,
@@ -406,7 +428,7 @@ class ParseVisitor {
             }
             if (presence == Presence::Optional || presence == Presence::Mandatory) return;
         }
-        field = local;
+        field = std::move(local);
     }
 
     template <class S>
@@ -473,34 +495,29 @@ bool parseEntry(Codec& codec, int id, NodePtr& node, BaseDomain* domain) {
     if (container == nullptr) return false;
     std::vector<T> items;
     if (!codec.parseDomainXmlNode(node, items)) return false;
-    container->getItems() = items;
+    container->getItems().swap(items);
     return true;
 }
 
 // List build: one element named itemName per record; stops at the first failure.
 template <class T, class Codec>
 bool buildList(Codec& codec, const char* itemName, const std::vector<T>& records, NodePtr& node) {
-    if (node.isNull()) return false;
-    for (const T& record : records) {
-        NodePtr itemNode(new DomainXmlNode(itemName));
-        if (!codec.createDomainXmlNode(record, itemNode)) return false;
-        node->addConfigNode(itemNode);
-    }
-    return true;
+    return addItemNodes(node, itemName, records.data(), records.size(), sizeof(T), &buildWith<Codec, T>,
+                        &codec);
 }
 
+// One item of a list parse, appended to records when its parse succeeds.
+template <class T, class Codec>
+bool parseItem(void* codec, NodePtr& node, void* records) {
+    T record;
+    if (!static_cast<Codec*>(codec)->parseDomainXmlNode(node, record)) return false;
+    static_cast<std::vector<T>*>(records)->push_back(record);
+    return true;
+}
 // List parse: every child element is an item, whatever its name.
 template <class T, class Codec>
 bool parseList(Codec& codec, NodePtr& node, std::vector<T>& records) {
-    if (node.isNull()) return false;
-    DomainXmlNode::NodeVector children;
-    node->getAllConfigNodes(children);
-    for (NodePtr& child : children) {
-        T record;
-        if (!codec.parseDomainXmlNode(child, record)) return false;
-        records.push_back(record);
-    }
-    return true;
+    return parseChildNodes(node, &parseItem<T, Codec>, &codec, &records);
 }
 
 }  // namespace domain_codec
