@@ -38,6 +38,10 @@ void DeviceMulticastRecvThread::setSuppressDuplicates(bool on) {
     m_bSuppressDuplicates = on;
 }
 
+void DeviceMulticastRecvThread::setRememberedLimit(size_t devices) {
+    m_objDelivered.setLimit(devices);
+}
+
 void DeviceMulticastRecvThread::setListener(IDeviceDiscoveryListener* listener) {
     OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
     m_pListener = listener;
@@ -68,7 +72,7 @@ int DeviceMulticastRecvThread::start() {
         m_nTransfers = m_mapTransfers.size();
     }
 
-    m_vecSummaries.clear();
+    m_objDelivered.clear();
     m_bStop = false;
     m_objWakeUp.clear();
     if (OLThread::start() < 0) {
@@ -87,14 +91,15 @@ void DeviceMulticastRecvThread::stop() {
     requestStop();
     OLThread::stop();
     closeAllTransfers();
-    m_vecSummaries.clear();
+    m_objDelivered.clear();
 }
 
 int DeviceMulticastRecvThread::openTransfer(const std::string& adapter, SafePointer<ITransfer>& out) {
     try {
         ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
         if (factory == nullptr) return kDiscoveryNoMemory;
-        const int opened = openGroupTransfer(*factory, m_objGroup, adapter, m_objWakeUp, out);
+        const int opened =
+            openGroupTransfer(*factory, m_objGroup, adapter, m_objWakeUp, kBurstRecvBufferBytes, out);
         if (opened == kTransferBindFailed && m_objGroup.getIPProtoVer() == 1) {
             std::printf("DeviceDiscoveryServiceImpl::openTransfer bind() error iiiiiiiiiiii \n");
         }
@@ -176,19 +181,17 @@ int DeviceMulticastRecvThread::run() {
 
 int DeviceMulticastRecvThread::deliver(const DeviceSummaryInfo& summary) {
     if (m_bSuppressDuplicates) {
-        for (auto it = m_vecSummaries.begin(); it != m_vecSummaries.end(); ++it) {
-            if (it->getDeviceId() != summary.getDeviceId()) continue;
+        if (const DeviceSummaryInfo* known = m_objDelivered.find(summary.getDeviceId())) {
             // Every field, the device time included: a device that repeats
             // its announcement with a new time counts as changed.
-            if (*it == summary) return 0;
-            m_vecSummaries.erase(it);
-            break;
+            if (*known == summary) return 0;
+            m_objDelivered.forget(summary.getDeviceId());
         }
     }
     {
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onDeviceDiscovered(summary);
     }
-    if (m_bSuppressDuplicates) m_vecSummaries.push_back(summary);
+    if (m_bSuppressDuplicates) m_objDelivered.remember(summary);
     return 0;
 }

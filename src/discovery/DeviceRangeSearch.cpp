@@ -26,6 +26,10 @@ void DeviceRangeSearch::setSuppressDuplicates(bool on) {
     m_pImpl->setSuppressDuplicates(on);
 }
 
+void DeviceRangeSearch::setRememberedLimit(size_t devices) {
+    m_pImpl->setRememberedLimit(devices);
+}
+
 void DeviceRangeSearch::setListener(IDeviceSearcherListener* listener) {
     m_pImpl->setListener(listener);
 }

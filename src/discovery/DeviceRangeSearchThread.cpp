@@ -99,6 +99,10 @@ void DeviceRangeSearchThread::setSuppressDuplicates(bool on) {
     m_bSuppressDuplicates = on;
 }
 
+void DeviceRangeSearchThread::setRememberedLimit(size_t devices) {
+    m_objDelivered.setLimit(devices);
+}
+
 void DeviceRangeSearchThread::setListener(IDeviceSearcherListener* listener) {
     OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
     m_pListener = listener;
@@ -111,7 +115,7 @@ void DeviceRangeSearchThread::setProgressListener(IRangeSearchProgressListener* 
 
 int DeviceRangeSearchThread::start() {
     if (isRunning()) return kAlreadyRunning;
-    m_vecResults.clear();
+    m_objDelivered.clear();
     m_bStop = false;
     m_bSearching = true;
     m_objWakeUp.clear();
@@ -133,7 +137,7 @@ void DeviceRangeSearchThread::stop() {
     OLThread::stop();
     closeTransfers();
     m_vecBatch.clear();
-    m_vecResults.clear();
+    m_objDelivered.clear();
 }
 
 std::vector<uint32_t> DeviceRangeSearchThread::getAddresses() {
@@ -342,13 +346,15 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
     record.setVersion(version);
     record.setProductModel(summary.getProductModel());
 
+    deliverRecord(record);
+}
+
+void DeviceRangeSearchThread::deliverRecord(const NetVideoDeviceInfo& record) {
     const bool suppress = m_bSuppressDuplicates;
     if (suppress) {
-        for (auto it = m_vecResults.begin(); it != m_vecResults.end(); ++it) {
-            if (it->getDeviceId() != record.getDeviceId()) continue;
-            if (*it == record) return;
-            m_vecResults.erase(it);
-            break;
+        if (const NetVideoDeviceInfo* known = m_objDelivered.find(record.getDeviceId())) {
+            if (*known == record) return;
+            m_objDelivered.forget(record.getDeviceId());
         }
     }
     {
@@ -356,5 +362,5 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
         if (m_pListener != nullptr) m_pListener->onSearchResult(record);
     }
     ++m_nPassFound;
-    if (suppress) m_vecResults.push_back(record);
+    if (suppress) m_objDelivered.remember(record);
 }

@@ -11,6 +11,7 @@
 #include "Product/Technic/OLThread.h"
 #include "Product/Technic/SafePointer.h"
 #include "devsearch/NetVideoDeviceInfo.h"
+#include "discovery/DeliveredDevices.h"
 #include "discovery/DiscoveryNames.h"
 #include "transport/WakeUp.h"
 
@@ -55,6 +56,12 @@ class DeviceRangeSearchThread : public OLThread {
     // Passes to make; -1 for no limit.
     void setPassLimit(int limit);
     void setSuppressDuplicates(bool on);
+    // Most records held for the duplicate check (default 65,536, at least 1);
+    // past it the oldest are forgotten, and such a device is delivered again
+    // when it answers again. Called while the thread is stopped.
+    void setRememberedLimit(size_t devices);
+    // Records held for the duplicate check now.
+    size_t getRememberedCount() const { return m_objDelivered.size(); }
     // Not owned; stored under the listener lock.
     void setListener(IDeviceSearcherListener* listener);
     // Not owned; told of the pass's progress and of the run's end, on this
@@ -86,7 +93,11 @@ class DeviceRangeSearchThread : public OLThread {
     void readAnswer(ITransfer& transfer);
     void closeTransfers();
     int parseAnswer(CommandBuffer& datagram, DeviceSummaryInfo& summary);
+    // Makes the record of an answer from `sourceAddress` and passes it on.
     void deliver(const DeviceSummaryInfo& summary, const std::string& sourceAddress);
+    // The duplicate rule, for every pass that finds a device: a record equal
+    // to the one held for its device id is dropped, a changed one replaces it.
+    void deliverRecord(const NetVideoDeviceInfo& record);
     void reportProgress(bool finished);
 
     OLMutex m_objAddressLock;  // addresses, known addresses, first pass
@@ -106,7 +117,7 @@ class DeviceRangeSearchThread : public OLThread {
     std::atomic<int> m_nPassLimit;
     int m_nRepeatInterval;  // seconds; no setter, stays 0
     std::atomic<bool> m_bSuppressDuplicates;
-    std::vector<NetVideoDeviceInfo> m_vecResults;
+    DeliveredDevices<NetVideoDeviceInfo> m_objDelivered;
     std::atomic<bool> m_bSearching{false};
     // Progress of the pass in work; touched by the run only.
     int m_nPassDone = 0;
