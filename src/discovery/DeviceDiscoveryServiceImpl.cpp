@@ -187,18 +187,24 @@ int DeviceDiscoveryServiceImpl::runOnce() {
         auto found = m_mapReadTransfers.find(handle);
         if (found == m_mapReadTransfers.end()) continue;
 
-        SafePointer<CommandParam> param;
-        const int received = receive(*found->second, param);
-        if (received == kTransferRecvTimeout) continue;
-        if (received != 0) {
-            // Any failure but a time-out, a datagram that does not parse
-            // included, takes the transfer out of readiness: the adapter goes
-            // on sending queries but is not heard again until the next start.
-            // The entry stays in the read transfers, so the loop keeps running.
-            m_objReadSelect.removeSocket(handle);
+        // The answers queued behind the first are read without waiting for
+        // readiness again, up to kDrainLimit before the next adapter's turn.
+        for (int taken = 0; taken < kDrainLimit && !stopRequested(); ++taken) {
+            SafePointer<CommandParam> param;
+            const int received = receive(*found->second, taken == 0 ? kRecvTimeoutMs : 0, param);
+            if (received == kTransferRecvTimeout) break;
+            if (received != 0) {
+                // Any failure but a time-out, a datagram that does not parse
+                // included, takes the transfer out of readiness: the adapter
+                // goes on sending queries but is not heard again until the
+                // next start. The entry stays in the read transfers, so the
+                // loop keeps running.
+                m_objReadSelect.removeSocket(handle);
+            }
+            const int handled = handleCommand(param);
+            OLTrace(3, __FILE__, "RecordTransferThread::run handleCommand, nRet = %d\n", handled);
+            if (received != 0) break;
         }
-        const int handled = handleCommand(param);
-        OLTrace(3, __FILE__, "RecordTransferThread::run handleCommand, nRet = %d\n", handled);
     }
     return 0;
 }
@@ -210,9 +216,10 @@ int DeviceDiscoveryServiceImpl::sendQuery() {
     return 0;
 }
 
-int DeviceDiscoveryServiceImpl::receive(ITransfer& transfer, SafePointer<CommandParam>& param) {
+int DeviceDiscoveryServiceImpl::receive(ITransfer& transfer, int timeoutMs,
+                                        SafePointer<CommandParam>& param) {
     InetAddr from;
-    const int received = transfer.recv(&m_objRecvBuffer, kRecvTimeoutMs, &from);
+    const int received = transfer.recv(&m_objRecvBuffer, timeoutMs, &from);
     if (received != 0) return received;
     try {
         if (!m_pParser->parseCommand(m_objRecvBuffer, param)) return kAnswerNotParsed;

@@ -33,6 +33,8 @@ class DeviceDiscoveryServiceImpl {
     static constexpr int kWaitMs = 2000;
     static constexpr int kRecvTimeoutMs = 1000;
     static constexpr int kSendTimeoutMs = 3000;
+    // Answers read from one transfer in a row while more are queued.
+    static constexpr int kDrainLimit = 64;
 
     DeviceDiscoveryServiceImpl();
     ~DeviceDiscoveryServiceImpl();
@@ -79,7 +81,7 @@ class DeviceDiscoveryServiceImpl {
     int openTransfer(const InetAddr& address, const std::string& adapter, int recvBufferBytes,
                      SafePointer<ITransfer>& out);
     int sendQuery();
-    int receive(ITransfer& transfer, SafePointer<CommandParam>& param);
+    int receive(ITransfer& transfer, int timeoutMs, SafePointer<CommandParam>& param);
     int handleCommand(const SafePointer<CommandParam>& param);
     // The duplicate rule: a record equal in every field to one held is
     // dropped; any other is delivered and held beside the earlier ones.

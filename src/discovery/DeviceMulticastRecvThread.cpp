@@ -145,24 +145,11 @@ int DeviceMulticastRecvThread::run() {
             auto found = m_mapTransfers.find(handle);
             if (found == m_mapTransfers.end()) continue;
 
-            int result;
-            DeviceAccessParam access;
-            DeviceSummaryInfo summary;
-            HostNetwork network;
-            try {
-                DiscoveryCommandReceiver receiver;
-                result = receiver.receive(found->second, access, summary, network);
-            } catch (const std::exception&) {
-                result = kDiscoveryNoMemory;
-            }
-            if (result == kTransferRecvTimeout) continue;
-            if (result != 0) {
+            if (drain(found->second) != 0) {
                 // A datagram that does not decode ends reception on this adapter.
                 m_objReadSelect.removeSocket(handle);
                 failed.push_back(handle);
-                continue;
             }
-            std::printf("DeviceMulticastRecvThread::run handleCommand, nRet = %d\n", deliver(summary));
         }
         // Closed only after the sweep, so that no handle is reused while the
         // readiness set still names it. When every adapter has failed the map
@@ -177,6 +164,27 @@ int DeviceMulticastRecvThread::run() {
 
         if (m_bStop) return 0;
     }
+}
+
+int DeviceMulticastRecvThread::drain(const SafePointer<ITransfer>& transfer) {
+    DiscoveryCommandReceiver receiver;
+    for (int taken = 0; taken < kDrainLimit && !m_bStop; ++taken) {
+        int result;
+        DeviceAccessParam access;
+        DeviceSummaryInfo summary;
+        HostNetwork network;
+        try {
+            result = receiver.receive(transfer, access, summary, network);
+        } catch (const std::exception&) {
+            result = kDiscoveryNoMemory;
+        }
+        if (result == kTransferRecvTimeout) return 0;
+        if (result != 0) return result;
+        std::printf("DeviceMulticastRecvThread::run handleCommand, nRet = %d\n", deliver(summary));
+        // The rest of a burst is read without waiting for readiness again.
+        receiver.setTimeout(0);
+    }
+    return 0;
 }
 
 int DeviceMulticastRecvThread::deliver(const DeviceSummaryInfo& summary) {

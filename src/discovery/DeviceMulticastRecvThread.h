@@ -25,6 +25,9 @@ class ITransfer;
 class DeviceMulticastRecvThread : public OLThread {
   public:
     static constexpr int kWaitMs = 2000;
+    // Datagrams read from one transfer in a row while more are queued, before
+    // the other adapters get their turn.
+    static constexpr int kDrainLimit = 64;
 
     DeviceMulticastRecvThread();
     ~DeviceMulticastRecvThread() override;
@@ -62,6 +65,9 @@ class DeviceMulticastRecvThread : public OLThread {
     // Takes a transfer out of the readiness set, leaves the group on it and closes it.
     void closeTransfer(SocketHandle handle, SafePointer<ITransfer>& transfer);
     void closeAllTransfers();
+    // Reads and delivers the datagrams queued on a readable transfer, up to
+    // kDrainLimit: 0, or the failure of the datagram that did not decode.
+    int drain(const SafePointer<ITransfer>& transfer);
     // The duplicate rule: a record equal to the one held for its device id is
     // dropped; a changed one replaces it.
     int deliver(const DeviceSummaryInfo& summary);

@@ -13,14 +13,13 @@
 
 DiscoveryCommandReceiver::DiscoveryCommandReceiver() : m_nTimeoutMs(kDefaultTimeoutMs) {}
 
-int DiscoveryCommandReceiver::receive(SafePointer<ITransfer> transfer, DeviceAccessParam& access,
+int DiscoveryCommandReceiver::receive(const SafePointer<ITransfer>& transfer, DeviceAccessParam& access,
                                       DeviceSummaryInfo& summary, HostNetwork& network) {
     if (transfer.isNull()) return -4;
-    CommandBuffer datagram;
     InetAddr from;
-    int result = transfer->recv(&datagram, m_nTimeoutMs, &from);
+    int result = transfer->recv(&m_objDatagram, m_nTimeoutMs, &from);
     if (result != 0) return result;
-    return handle(datagram, access, summary, network);
+    return handle(m_objDatagram, access, summary, network);
 }
 
 int DiscoveryCommandReceiver::handle(CommandBuffer& datagram, DeviceAccessParam& access,

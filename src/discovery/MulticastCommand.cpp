@@ -1,6 +1,7 @@
 #include "discovery/MulticastCommand.h"
 
 #include <cstring>
+#include <utility>
 
 #include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
@@ -35,8 +36,8 @@ bool DeviceInfoDocument::build() {
     return discovery_xml::printDocument(m_objDocument, element, m_pCurrent, m_strText);
 }
 
-bool DeviceInfoDocument::parse(const std::string& text) {
-    m_strText = text;
+bool DeviceInfoDocument::parse(std::string text) {
+    m_strText = std::move(text);
     m_pCurrent = discovery_xml::parseDocument(m_objDocument, m_strText, kElement);
     if (m_pCurrent == nullptr) return false;
 
@@ -95,7 +96,7 @@ int MulticastCommand::decode(CommandBuffer& in) {
     if (result != 0) return result;
 
     DeviceInfoDocument document;
-    if (!document.parse(text)) return -404;
+    if (!document.parse(std::move(text))) return -404;
     m_objFields = document;
     return 0;
 }
