@@ -55,6 +55,17 @@ class DEVSEARCH_EXPORT DeviceSearch {
     // ports are fixed.
     unsigned short getPort();
     void setPort(unsigned short port);
+    // Queries per second of the range search. 0 (at load): batches of 400
+    // addresses with up to 3 s of waiting each, sent with pauses. A positive
+    // rate (kDefaultQueryRate is a fair choice, at most 100000): a fast scan
+    // for large ranges that queries every address at that rate from one
+    // socket and ends when every address has answered, at the latest 3 s
+    // after the last query; a send the system refuses for the moment slows
+    // it down, no address is skipped. A negative rate counts as 0. The next
+    // startSearch(true) uses it.
+    static constexpr int kDefaultQueryRate = 2000;
+    int getQueryRate();
+    void setQueryRate(int perSecond);
     QString getNetWorkName();
     void setNetWorkName(QString name);
     int getNetWorkType();
@@ -115,4 +126,5 @@ class DEVSEARCH_EXPORT DeviceSearch {
     // Told of the range search's progress by its thread: the range search
     // must be stopped before this goes.
     std::unique_ptr<QRangeSearchProgress> m_pRangeSearchProgress;
+    int m_nQueryRate = 0;
 };

@@ -30,6 +30,10 @@ void DeviceRangeSearch::setRememberedLimit(size_t devices) {
     m_pImpl->setRememberedLimit(devices);
 }
 
+void DeviceRangeSearch::setQueryRate(int perSecond) {
+    m_pImpl->setQueryRate(perSecond);
+}
+
 void DeviceRangeSearch::setListener(IDeviceSearcherListener* listener) {
     m_pImpl->setListener(listener);
 }

@@ -22,6 +22,7 @@ class DeviceRangeSearch {
     void setPassLimit(int limit);
     void setSuppressDuplicates(bool on);
     void setRememberedLimit(size_t devices);
+    void setQueryRate(int perSecond);
     void setListener(IDeviceSearcherListener* listener);
     void setProgressListener(IRangeSearchProgressListener* listener);
     // True from a successful start() until the run's end has been reported.

@@ -11,6 +11,7 @@
 #include "Product/Technic/OLTrace.h"
 #include "devsearch/DeviceSearchListener.h"
 #include "discovery/AddressText.h"
+#include "discovery/RangeScan.h"
 #include "discovery/SearchQuery.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "domain/records/Version.h"
@@ -38,6 +39,16 @@ bool parseAddress(const char* text, uint32_t& out) {
     const int width = static_cast<int>(strnlen(shown, 64));
     const int shownLength = static_cast<int>(strcspn(std::string(shown, width).c_str(), "\r\n"));
     OLTrace(1, __FILE__, "DeviceRangeSearchThread::addRange refused range text '%.*s'\n", shownLength, shown);
+    return false;
+}
+
+// The query of one batch or scan, with the next sequence number; a failure
+// is logged for `caller`.
+bool buildRangeQuery(CommandBuffer& query, const char* caller) {
+    SDKCommandParser parser;
+    if (buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) return true;
+    OLTrace(1, __FILE__, "DeviceRangeSearchThread::%s query not built, nRet = %d\n", caller,
+            kRangeQueryNotBuilt);
     return false;
 }
 
@@ -101,6 +112,10 @@ void DeviceRangeSearchThread::setSuppressDuplicates(bool on) {
 
 void DeviceRangeSearchThread::setRememberedLimit(size_t devices) {
     m_objDelivered.setLimit(devices);
+}
+
+void DeviceRangeSearchThread::setQueryRate(int perSecond) {
+    m_nQueryRate = std::min(std::max(perSecond, 0), static_cast<int>(RangeScan::kMaxRate));
 }
 
 void DeviceRangeSearchThread::setListener(IDeviceSearcherListener* listener) {
@@ -176,7 +191,9 @@ int DeviceRangeSearchThread::run() {
 
             m_nPassDone = 0;
             m_nPassFound = 0;
-            for (size_t i = 0; i < work.size() && !m_bStop; ++i) {
+            const int rate = m_nQueryRate;
+            if (rate > 0) scanPass(work, rate);
+            for (size_t i = 0; rate == 0 && i < work.size() && !m_bStop; ++i) {
                 m_vecBatch.push_back(work[i]);
                 if (m_vecBatch.size() == static_cast<size_t>(kBatchSize) || i + 1 == work.size()) {
                     runBatch(firstPass);
@@ -228,12 +245,7 @@ void DeviceRangeSearchThread::reportProgress(bool finished) {
 
 void DeviceRangeSearchThread::sendPhase(bool firstPass) {
     CommandBuffer query;
-    SDKCommandParser parser;
-    if (!buildSearchQuery(parser, kRangeQueryCommand, g_nSequence.fetch_add(1), query)) {
-        OLTrace(1, __FILE__, "DeviceRangeSearchThread::sendPhase query not built, nRet = %d\n",
-                kRangeQueryNotBuilt);
-        return;
-    }
+    if (!buildRangeQuery(query, "sendPhase")) return;
     ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
     InetAddr to;
     to.setPORT(m_nPort);
@@ -262,6 +274,26 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
             m_objWakeUp.sleepFor(kLaterPassPauseMs);
         }
     }
+}
+
+void DeviceRangeSearchThread::scanPass(const std::vector<uint32_t>& work, int rate) {
+    CommandBuffer query;
+    if (!buildRangeQuery(query, "scanPass")) return;
+    RangeScan::Events events;
+    events.answer = [this](CommandBuffer& datagram, const std::string& source) {
+        DeviceSummaryInfo summary;
+        if (parseAnswer(datagram, summary) == 0) deliver(summary, source);
+    };
+    events.progress = [this](int done) {
+        m_nPassDone = done;
+        reportProgress(false);
+    };
+    SystemRangeScanClock clock(&m_objWakeUp);
+    RangeScan scan(work, m_nPort, rate, std::move(events), m_bStop, clock);
+    OLTrace(2, __FILE__, "DeviceRangeSearchThread::scanPass %zu addresses at %d/s\n", work.size(), rate);
+    const int result = scan.run(query);
+    if (result != 0)
+        OLTrace(1, __FILE__, "DeviceRangeSearchThread::scanPass no transfer, nRet = %d\n", result);
 }
 
 void DeviceRangeSearchThread::receivePhase() {

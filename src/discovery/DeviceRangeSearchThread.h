@@ -27,6 +27,12 @@ class ITransfer;
 // (30542) on those transfers. Each answer becomes a NetVideoDeviceInfo for the
 // listener, called on this thread. With the pass limit 1 it makes one pass
 // and ends by itself.
+//
+// With a query rate set, a pass is one fast scan instead (RangeScan): one
+// transfer queries every address at that rate, answers are matched to
+// addresses by their source, and the pass ends when no address waits any
+// more, at the latest 3 s after the last query. Records, duplicates and
+// progress go the same way as in the batches.
 class DeviceRangeSearchThread : public OLThread {
   public:
     static constexpr int kBatchSize = 400;
@@ -62,6 +68,9 @@ class DeviceRangeSearchThread : public OLThread {
     void setRememberedLimit(size_t devices);
     // Records held for the duplicate check now.
     size_t getRememberedCount() const { return m_objDelivered.size(); }
+    // Queries per second of the fast scan (at most RangeScan::kMaxRate); 0,
+    // the default, or less: the paced batches.
+    void setQueryRate(int perSecond);
     // Not owned; stored under the listener lock.
     void setListener(IDeviceSearcherListener* listener);
     // Not owned; told of the pass's progress and of the run's end, on this
@@ -89,6 +98,7 @@ class DeviceRangeSearchThread : public OLThread {
     void runBatch(bool firstPass);
     void sendPhase(bool firstPass);
     void receivePhase();
+    void scanPass(const std::vector<uint32_t>& work, int rate);
     // Reads the one answer a readable transfer may hold and delivers it.
     void readAnswer(ITransfer& transfer);
     void closeTransfers();
@@ -118,6 +128,7 @@ class DeviceRangeSearchThread : public OLThread {
     int m_nRepeatInterval;  // seconds; no setter, stays 0
     std::atomic<bool> m_bSuppressDuplicates;
     DeliveredDevices<NetVideoDeviceInfo> m_objDelivered;
+    std::atomic<int> m_nQueryRate{0};
     std::atomic<bool> m_bSearching{false};
     // Progress of the pass in work; touched by the run only.
     int m_nPassDone = 0;

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -15,6 +16,7 @@
 #include "discovery/DeviceMulticastRecv.h"
 #include "discovery/DeviceRangeSearch.h"
 #include "discovery/DiscoveryNames.h"
+#include "discovery/RangeScan.h"
 #include "domain/records/InetAddr.h"
 #include "transport/AdapterQuery.h"
 
@@ -144,6 +146,7 @@ int DeviceSearch::ActiveSearch(bool wholeSubnet) {
     m_pRangeSearch->setSuppressDuplicates(true);
     // A run still in its pass keeps the limit it started with.
     if (!m_pRangeSearch->isRunning()) m_pRangeSearch->setRememberedLimit(m_nRememberedDeviceLimit);
+    m_pRangeSearch->setQueryRate(m_nQueryRate);
 
     const int started = m_pRangeSearch->start();
     if (started != 0) return started;
@@ -239,6 +242,12 @@ unsigned short DeviceSearch::getPort() {
 }
 void DeviceSearch::setPort(unsigned short port) {
     m_nPort = port;
+}
+int DeviceSearch::getQueryRate() {
+    return m_nQueryRate;
+}
+void DeviceSearch::setQueryRate(int perSecond) {
+    m_nQueryRate = std::min(std::max(perSecond, 0), static_cast<int>(RangeScan::kMaxRate));
 }
 QString DeviceSearch::getNetWorkName() {
     return m_strNetWorkName;

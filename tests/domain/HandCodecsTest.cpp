@@ -108,6 +108,9 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
         {"DetectionAreaV2: no Data, no block",
          run<DetectionAreaV2>("<D WidthCellNumber=\"1\" DataLength=\"4\" />"),
          {true, "", "<D WidthCellNumber=\"1\" HighCellNumber=\"0\" DataLength=\"0\" />\n"}},
+        {"DetectionAreaV2: a Data that decodes to no byte stores no block",
+         run<DetectionAreaV2>("<D WidthCellNumber=\"3\" DataLength=\"4\" Data=\"QQ\" />"),
+         {true, "", "<D WidthCellNumber=\"3\" HighCellNumber=\"0\" DataLength=\"0\" />\n"}},
         {"DetectionAreaV2: bad base64 fails",
          run<DetectionAreaV2>("<D DataLength=\"3\" Data=\"A*==\" />"),
          {false, "", "<D ..."}},
@@ -134,7 +137,7 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
              "<I Version=\"3\" StreamID=\"2\"><LIB ID=\"4\" enable=\"true\"><Resolution videoWidth=\"704\" "
              "videoHeight=\"576\" /><Common totalAnalyseRegionNum=\"8\" MaxEnableFunsNum=\"2\" /></LIB><LIB "
              "/></I>"),
-         {true, libDefaults,
+         {true, "IntelligenceLibInfoXml.cpp# nStreamID = 2 \n" + libDefaults,
           "<I Version=\"3\" StreamID=\"2\">\n\t<LIB ID=\"4\" enable=\"true\">\n"
           "\t\t<Resolution videoWidth=\"704\" videoHeight=\"576\" />\n"
           "\t\t<Common totalAnalyseRegionNum=\"8\" MaxEnableFunsNum=\"2\" />\n\t</LIB>\n"
@@ -144,6 +147,7 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
          run<IntelligenceLibInfo>("<I Version=\"3\" />"),
          {true,
           "IntelligenceLibInfoXml::parseDomainXmlNode get StreamID failed \n"
+          "IntelligenceLibInfoXml.cpp# nStreamID = 1 \n"
           "IntelligenceAnalyseAbilityXml::parseLibCommonNode get LibCommonAbilityList Failed! Node List "
           "isn't exist! \n",
           "<I Version=\"3\" StreamID=\"1\" />\n"}},
@@ -180,6 +184,12 @@ TEST(HandCodecsTest, RecordsAndCodecs) {
           "NODE_FISHEYE_VIDEO_LAYOUT_LIST failed\nparseDomainXmlNode objFisheyeVideoLayoutList failed\n"
           "FisheyeVideoLayoutSupportXml.cpp# p_objFisheyeVideoLayoutSupportList.size() = 0  \n",
           "<S SensorSize=\"0\" width=\"1920\" height=\"0\">\n\t<FisheyeVideoLayoutList />\n</S>\n"}},
+        {"FisheyeVideoLayoutSupport: at the default level only the two traces",
+         run<FisheyeVideoLayoutSupport>("<S SensorSize=\"1\" width=\"2\" height=\"3\" />"),
+         {true,
+          "FisheyeVideoLayoutSupportXml.cpp# nSensorSize = 1 ,nwidth = 2  nheight = 3  \n"
+          "FisheyeVideoLayoutSupportXml.cpp# p_objFisheyeVideoLayoutSupportList.size() = 0  \n",
+          "<S SensorSize=\"1\" width=\"2\" height=\"3\">\n\t<FisheyeVideoLayoutList />\n</S>\n"}},
         {"PTZOperationInfo: three 8-bit states taken by their tag, the fourth ignored",
          run<PTZOperationInfo>(
              "<P CommonID=\"4\"><AlarmIOStateList><AlarmIOState AlarmIOState=\"2\" /><Other "

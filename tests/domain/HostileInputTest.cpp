@@ -94,7 +94,9 @@ TEST(HostileInput, DataLengthChoosesNoAllocation) {
         {"2000000000", "AAAA", true, 3},
         {"2147483000", "AAAA", true, 3},  // DataLength + 1024 beyond int
         {"2147483647", "AQID", true, 3},
-        {"-5", "AQID", false, 0},
+        {"-5", "AQID", true, 3},
+        {"-1021", "AQID", true, 3},  // 3 bytes offered
+        {"-1022", "AQID", false, 0},
         // The decoder is offered DataLength + 1024 bytes: 1026 do not fit.
         {"1", std::string(1368, 'A'), false, 0},
         {"2", std::string(1368, 'A'), true, 1026},

@@ -75,28 +75,36 @@ TEST_F(SearchE2e, ToolPrintsJsonLinesAndRefusesBadArguments) {
     e2e::Devsim dev(m_pRig->lanA(), "198.51.100.10-198.51.100.13", {"--no-announce"});
     char out[] = "/tmp/ds-e2e-out-XXXXXX";
     close(mkstemp(out));
-    {
-        e2e::NsProcess tool(m_pRig->client(), DS_E2E_DEVSEARCH,
-                            {"range", "198.51.100.8-198.51.100.15", "--json"}, out);
-        EXPECT_EQ(0, tool.wait(10s));
-    }
     const std::regex line(
         R"(\{"DeviceId":"SIM00000[1-4]","DeviceType":\d+,"DeviceIP":"198\.51\.100\.1[0-3]","DevicePort":30001,)"
         R"("HttpPort":0,"HardwareVer":"HW1\.\d","SoftwareVer":"V3\.\d+\.0","ManufacturerId":"[^"]*",)"
         R"("ManufacturerName":"[^"]*","ProductModel":"[^"]+","DeviceTime":"[^"]*","DeviceName":"[^"]*",)"
         R"("SN":"[^"]*","UpdatePort":"[^"]*","MACAddr":"[^"]*"\})");
-    std::istringstream text(e2e::readFile(out));
-    std::set<std::string> lines;
-    for (std::string l; std::getline(text, l);) {
-        EXPECT_TRUE(std::regex_match(l, line)) << l;
-        lines.insert(l);
+    // The batches, then the fast scan: the same lines.
+    std::set<std::string> pacedLines;
+    for (const char* rate : {"", "2000"}) {
+        std::vector<std::string> args{"range", "198.51.100.8-198.51.100.15", "--json"};
+        if (*rate != '\0') args.insert(args.end(), {"--rate", rate});
+        {
+            e2e::NsProcess tool(m_pRig->client(), DS_E2E_DEVSEARCH, args, out);
+            EXPECT_EQ(0, tool.wait(10s));
+        }
+        std::istringstream text(e2e::readFile(out));
+        std::set<std::string> lines;
+        for (std::string l; std::getline(text, l);) {
+            EXPECT_TRUE(std::regex_match(l, line)) << l;
+            lines.insert(l);
+        }
+        EXPECT_EQ(4u, lines.size());
+        if (*rate == '\0') pacedLines = lines;
+        EXPECT_EQ(pacedLines, lines);
     }
-    EXPECT_EQ(4u, lines.size());
 
     for (const std::vector<std::string>& bad :
          std::vector<std::vector<std::string>>{{"range", "198.51.100.9-198.51.100.1"},
                                                {"range", "198.51.100.300", "198.51.100.9"},
                                                {"range", "255.255.255.0-255.255.255.255"},
+                                               {"range", "198.51.100.1-198.51.100.9", "--rate", "0"},
                                                {"search", "--interface", "nosuch0"},
                                                {"search", "--seconds", "zero"}}) {
         e2e::NsProcess tool(m_pRig->client(), DS_E2E_DEVSEARCH, bad, out);

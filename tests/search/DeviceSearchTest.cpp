@@ -55,6 +55,7 @@ class Controller : public ::testing::Test {
         search->setNetWorkType(0);
         search->setNetWorkName(QString());
         search->setPort(kRangePort);
+        search->setQueryRate(0);
     }
     std::set<std::string> querySources() {
         std::set<std::string> out;
@@ -80,7 +81,13 @@ TEST_F(Controller, RangeSearchTakesThePortAndKeepsOrDropsItsListByTheFlag) {
     ASSERT_TRUE(receiver.waitFor(2));
     for (const auto& r : receiver.records) EXPECT_EQ(30123, r.getDevicePort());
 
-    // Started again with the flag set: the old list is dropped.
+    // Started again with the flag set: the old list is dropped. This pass
+    // is a fast scan.
+    for (const auto& rate : {std::make_pair(-5, 0), std::make_pair(1000000, 100000),
+                             std::make_pair(DeviceSearch::kDefaultQueryRate, 2000)}) {
+        search->setQueryRate(rate.first);
+        EXPECT_EQ(rate.second, search->getQueryRate());
+    }
     receiver.records.clear();
     net.clearSent();
     search->setStartIP("10.5.0.9");
@@ -88,6 +95,7 @@ TEST_F(Controller, RangeSearchTakesThePortAndKeepsOrDropsItsListByTheFlag) {
     EXPECT_EQ(0, search->startSearch(true));
     ASSERT_TRUE(receiver.waitFor(1));
     EXPECT_EQ(1u, net.sent().size());
+    search->setQueryRate(0);
 
     // After setFlag(false) a running search refuses a second start.
     search->setStartIP("10.6.0.0");

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <deque>
 #include <stdexcept>
@@ -109,6 +110,10 @@ class FakeTransfer : public ITransfer {
     int send(CommandBuffer* buffer, const InetAddr& to, int) override {
         if (m_pSocket == nullptr) return kTransferNotOpen;
         if (buffer == nullptr || buffer->getLength() == 0) return kTransferSendFailed;
+        if (const int error = m_network.takeFailure(FakeStep::Send, to.getIP())) {
+            errno = error;
+            return kTransferSendFailed;
+        }
         FakeDatagram d;
         {
             // The first send of an unbound transfer gives it a port. The

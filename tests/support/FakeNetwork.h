@@ -50,8 +50,8 @@ struct FakeDatagram {
     std::chrono::steady_clock::time_point at;
 };
 
-// Steps of opening a transfer that a test can make fail.
-enum class FakeStep { Create, Open, Bind, Join, Throw };
+// Steps of opening a transfer, and a send, that a test can make fail.
+enum class FakeStep { Create, Open, Bind, Join, Throw, Send };
 
 class FakeTransfer;
 
@@ -83,7 +83,9 @@ class FakeNetwork {
     size_t openCount();
 
     // Makes the next `step` of a transfer on local address `address` (any
-    // address when empty) fail; a failing Bind or Open returns `code`.
+    // address when empty) fail; a failing Bind or Open returns `code`. For
+    // Send, `address` is the destination, and the send returns -210 with
+    // errno set to `code`.
     void failNext(FakeStep step, const std::string& address = "", int code = -1);
 
   private:

@@ -51,8 +51,8 @@ const char* const kSearchUsage =
     "Exit status: 0 done (also when nothing was found); 2 bad arguments.\n";
 
 const char* const kRangeUsage =
-    "Usage: devsearch range FIRST-LAST [--port P] [--json] [--verbose]\n"
-    "       devsearch range FIRST LAST [--port P] [--json] [--verbose]\n"
+    "Usage: devsearch range FIRST-LAST [--port P] [--rate N] [--json] [--verbose]\n"
+    "       devsearch range FIRST LAST [--port P] [--rate N] [--json] [--verbose]\n"
     "\n"
     "Range search: sends the query by unicast to port P (default 30001) of every\n"
     "IPv4 address from FIRST to LAST, in batches of 400 with at most 3 s of waiting\n"
@@ -61,6 +61,12 @@ const char* const kRangeUsage =
     "over. When standard error is a terminal it shows there a progress bar of the\n"
     "addresses done. At most 65536 addresses;\n"
     "the range may not reach 255.255.255.255.\n"
+    "\n"
+    "--rate N (1 to 100000; 2000 suits most networks) scans fast instead: one\n"
+    "socket queries every address at N queries per second, and the pass ends 3 s\n"
+    "after the last query (sooner when every address has answered). A /16 takes\n"
+    "about 36 s at 2000. Sends that the system refuses for the moment slow the\n"
+    "scan down; no address is skipped.\n"
     "\n"
     "Exit status: 0 done (also when nothing was found); 2 bad arguments.\n";
 
@@ -218,6 +224,7 @@ int runSearch(const std::vector<std::string>& args, ToolStreams& io) {
 int runRange(const std::vector<std::string>& args, ToolStreams& io) {
     std::vector<std::string> positional;
     long port = 30001;
+    long rate = 0;
     bool json = false, verbose = false;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
@@ -227,6 +234,11 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
         } else if (a == "--port") {
             if (i + 1 >= args.size() || !parsePositive(args[i + 1], 65535, port)) {
                 return badArguments(io, "range", "--port needs a port from 1 to 65535");
+            }
+            ++i;
+        } else if (a == "--rate") {
+            if (i + 1 >= args.size() || !parsePositive(args[i + 1], 100000, rate)) {
+                return badArguments(io, "range", "--rate needs queries per second from 1 to 100000");
             }
             ++i;
         } else if (a == "--json") {
@@ -338,6 +350,7 @@ int runRange(const std::vector<std::string>& args, ToolStreams& io) {
     search->setStartIP(QString::fromLatin1(firstText.c_str()));
     search->setEndIP(QString::fromLatin1(lastText.c_str()));
     search->setPort(static_cast<unsigned short>(port));
+    search->setQueryRate(static_cast<int>(rate));
     const int result = search->startSearch(true);
     if (result != 0) {
         std::fprintf(io.err, "devsearch range: the range search did not start (%d)\n", result);

@@ -50,11 +50,13 @@ bool DetectionAreaV2Xml::parseDomainXmlNode(SafePointer<DomainXmlNode>& node, De
         record.clearData();
         return true;
     }
-    if (length < 0 || text.size() > static_cast<size_t>(INT_MAX)) return false;
-    // The decoder is offered DataLength + 1024 bytes, but the block is never
-    // larger than the text can decode to: DataLength comes from the peer and
-    // must not choose an allocation.
+    if (text.size() > static_cast<size_t>(INT_MAX)) return false;
+    // The decoder is offered DataLength + 1024 bytes (a small negative
+    // DataLength still leaves room), but the block is never larger than the
+    // text can decode to: DataLength comes from the peer and must not choose
+    // an allocation.
     const long long offered = static_cast<long long>(length) + 1024;
+    if (offered <= 0) return false;
     const int bound = Base64DecodedRoom(static_cast<int>(text.size()));
     int room = offered < bound ? static_cast<int>(offered) : bound;
     std::vector<unsigned char> bytes(static_cast<size_t>(room), 0);

@@ -4,13 +4,14 @@
 #include <string>
 
 #include "domain/codecs/CodecEngine.h"
+#include "domain/codecs/SourceLines.h"
 
 using namespace domain_codec;
 
 namespace {
 
 void traceEntry(int line) {
-    std::printf("%s%d ###########   EtPTZOperationXml    ########### \n", "EtPTZOperationXml.cpp", line);
+    printSourceLine("EtPTZOperationXml.cpp", line, "%s%d ###########   EtPTZOperationXml    ########### \n");
 }
 
 // A logged attribute: on a failed read the short line, and text attributes

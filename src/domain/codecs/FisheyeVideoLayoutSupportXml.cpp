@@ -1,11 +1,11 @@
 // Codec of FisheyeVideoLayoutSupport: the logged shape through the trace
-// entry, with two traces of what was read.
+// entry, and two lines on standard output with what was read.
 
 #include "domain/codecs/FisheyeVideoLayoutSupportXml.h"
 
-#include "Product/Technic/OLTrace.h"
 #include "domain/codecs/CodecEngine.h"
 #include "domain/codecs/FisheyeVideoLayoutXml.h"
+#include "domain/codecs/SourceLines.h"
 #include "domain/codecs/fields/FisheyeVideoLayoutSupport.h"
 
 using namespace domain_codec;
@@ -35,8 +35,8 @@ bool FisheyeVideoLayoutSupportXml::createDomainXmlNode(const FisheyeVideoLayoutS
     return buildFields(kFisheyeVideoLayoutSupportXmlInfo, record, node);
 }
 
-// All items are logged, so the parse never fails; the two traces report what
-// was read.
+// All items are logged, so the parse never fails; two lines with file and
+// line report what was read, whatever the trace level.
 bool FisheyeVideoLayoutSupportXml::parseDomainXmlNode(SafePointer<DomainXmlNode>& node,
                                                       FisheyeVideoLayoutSupport& record) {
     if (node.isNull()) return false;
@@ -51,15 +51,15 @@ bool FisheyeVideoLayoutSupportXml::parseDomainXmlNode(SafePointer<DomainXmlNode>
     record.setSensorSize(sensorSize);
     record.setwidth(width);
     record.setheight(height);
-    OLTrace(3, kSourceFile, "%s%d nSensorSize = %d ,nwidth = %d  nheight = %d  \n", kSourceFile, __LINE__,
-            sensorSize, width, height);
+    printSourceLine(kSourceFile, __LINE__, "%s%d nSensorSize = %d ,nwidth = %d  nheight = %d  \n", sensorSize,
+                    width, height);
 
     std::vector<FisheyeVideoLayout> layouts = record.getFisheyeVideoLayoutList();
     visitor.list("FisheyeVideoLayoutList", Presence::Logged, layouts,
                  Item().node("NODE_FISHEYE_VIDEO_LAYOUT_LIST"));
     record.setFisheyeVideoLayoutList(layouts);
-    OLTrace(3, kSourceFile, "%s%d p_objFisheyeVideoLayoutSupportList.size() = %d  \n", kSourceFile, __LINE__,
-            static_cast<int>(layouts.size()));
+    printSourceLine(kSourceFile, __LINE__, "%s%d p_objFisheyeVideoLayoutSupportList.size() = %d  \n",
+                    static_cast<int>(layouts.size()));
     return !visitor.failed();
 }
 

@@ -3,9 +3,9 @@
 
 #include <cstdio>
 
-#include "Product/Technic/OLTrace.h"
 #include "domain/codecs/CodecEngine.h"
 #include "domain/codecs/IntelligenceLibInfoXml.h"
+#include "domain/codecs/SourceLines.h"
 
 using namespace domain_codec;
 
@@ -107,7 +107,7 @@ bool IntelligenceLibInfoXml::parseDomainXmlNode(SafePointer<DomainXmlNode>& node
         std::fputs("IntelligenceLibInfoXml::parseDomainXmlNode get StreamID failed \n", stdout);
         streamId = 1;  // an absent stream is the first one
     }
-    OLTrace(3, kSourceFile, "%s%d nStreamID = %d \n", kSourceFile, __LINE__, streamId);
+    printSourceLine(kSourceFile, __LINE__, "%s%d nStreamID = %d \n", streamId);
     record.setStreamID(streamId);
 
     DomainXmlNode::NodeVector libs;

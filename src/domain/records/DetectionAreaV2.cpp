@@ -37,9 +37,13 @@ void DetectionAreaV2::copyFrom(const DetectionAreaV2& other) {
 
 int DetectionAreaV2::setData(const unsigned char* data, int length) {
     if (data == nullptr || length < 0) return -4;
+    if (length == 0) {  // no bytes, no block
+        clearData();
+        return 0;
+    }
     if (length != m_nDataLength || m_pData == nullptr) {
         delete[] m_pData;
-        m_pData = new (std::nothrow) unsigned char[length > 0 ? length : 1];
+        m_pData = new (std::nothrow) unsigned char[length];
         if (m_pData == nullptr) {
             m_nDataLength = 0;
             return -4;

@@ -22,6 +22,7 @@ class DetectionAreaV2 : public BaseDomain {
 
     // -4 for null data (nothing changed) or a failed allocation; else stores a
     // copy of length bytes (a new block when the size changes) and returns 0.
+    // A length of 0 stores nothing: the record is left without a block.
     int setData(const unsigned char* data, int length);
     // Frees the block and records length without bytes.
     void clearData(int length = 0);
