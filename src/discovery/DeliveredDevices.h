@@ -43,10 +43,28 @@ class DeliveredDevices {
         m_nHeld = 0;
     }
 
-    // The earliest record held for `id`, or null.
-    const Record* find(const std::string& id) const {
-        auto found = m_mapById.find(std::string_view(id));
-        return found == m_mapById.end() ? nullptr : &*found->second;
+  private:
+    using Held = typename std::list<Record>::iterator;
+    using Index = std::unordered_multimap<std::string_view, Held>;
+
+  public:
+    // Where the record of a device id is held, for an engine that holds one
+    // per id; it stays valid until the index next changes.
+    using Slot = typename Index::iterator;
+
+    Slot lookup(const std::string& id) { return m_mapById.find(std::string_view(id)); }
+    // The record held at `slot`, or null when lookup() found none.
+    const Record* at(Slot slot) const { return slot == m_mapById.end() ? nullptr : &*slot->second; }
+
+    // Holds `record` as the newest in place of the one at `slot`, or beside
+    // the others when lookup() found none.
+    void store(Slot slot, const Record& record) {
+        if (slot == m_mapById.end()) {
+            remember(record);
+            return;
+        }
+        const Held held = slot->second;
+        retake(m_mapById.extract(slot), held, record);
     }
 
     // Whether a record equal to `record` in every field is held.
@@ -58,45 +76,49 @@ class DeliveredDevices {
         return false;
     }
 
-    // Forgets every record held for `id`.
-    void forget(const std::string& id) {
-        auto range = m_mapById.equal_range(std::string_view(id));
-        // The key views the record's id: the entry goes before the record.
-        for (auto it = range.first; it != range.second;) {
-            const Held held = it->second;
-            it = m_mapById.erase(it);
-            m_lstRecords.erase(held);
-        }
-        m_nHeld = m_lstRecords.size();
-    }
-
-    // Holds `record` as the newest, beside any earlier one of its id; past
-    // the limit the oldest record is forgotten.
+    // Holds `record` as the newest, beside any earlier one of its id; at the
+    // limit it takes the place of the oldest record.
     void remember(const Record& record) {
-        m_lstRecords.push_back(record);
-        const auto held = std::prev(m_lstRecords.end());
-        m_mapById.emplace(std::string_view(held->getDeviceId()), held);
-        if (m_lstRecords.size() > m_nLimit) forgetOldest();
-        m_nHeld = m_lstRecords.size();
+        if (m_lstRecords.size() < m_nLimit) {
+            m_lstRecords.push_back(record);
+            const Held held = std::prev(m_lstRecords.end());
+            m_mapById.emplace(std::string_view(held->getDeviceId()), held);
+            m_nHeld = m_lstRecords.size();
+            return;
+        }
+        const Held oldest = m_lstRecords.begin();
+        retake(m_mapById.extract(entryOf(oldest)), oldest, record);
     }
 
   private:
-    using Held = typename std::list<Record>::iterator;
+    // Reuses a held record and its index entry, taken out of the index, for
+    // `record`: assignment keeps the record's string buffers, so a full index
+    // takes new records without allocating.
+    void retake(typename Index::node_type entry, Held held, const Record& record) {
+        *held = record;
+        m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
+        entry.key() = std::string_view(held->getDeviceId());
+        m_mapById.insert(std::move(entry));
+    }
+
+    Slot entryOf(Held held) {
+        auto range = m_mapById.equal_range(std::string_view(held->getDeviceId()));
+        for (auto it = range.first; it != range.second; ++it) {
+            if (it->second == held) return it;
+        }
+        return m_mapById.end();
+    }
 
     void forgetOldest() {
         const Held oldest = m_lstRecords.begin();
-        auto range = m_mapById.equal_range(std::string_view(oldest->getDeviceId()));
-        for (auto it = range.first; it != range.second; ++it) {
-            if (it->second != oldest) continue;
-            m_mapById.erase(it);
-            break;
-        }
+        // The key views the record's id: the entry goes before the record.
+        m_mapById.erase(entryOf(oldest));
         m_lstRecords.erase(oldest);
     }
 
     size_t m_nLimit;
     // Oldest first.
     std::list<Record> m_lstRecords;
-    std::unordered_multimap<std::string_view, Held> m_mapById;
+    Index m_mapById;
     std::atomic<size_t> m_nHeld{0};
 };

@@ -188,18 +188,18 @@ int DeviceMulticastRecvThread::drain(const SafePointer<ITransfer>& transfer) {
 }
 
 int DeviceMulticastRecvThread::deliver(const DeviceSummaryInfo& summary) {
+    auto slot = m_objDelivered.lookup(summary.getDeviceId());
     if (m_bSuppressDuplicates) {
-        if (const DeviceSummaryInfo* known = m_objDelivered.find(summary.getDeviceId())) {
-            // Every field, the device time included: a device that repeats
-            // its announcement with a new time counts as changed.
-            if (*known == summary) return 0;
-            m_objDelivered.forget(summary.getDeviceId());
-        }
+        // Every field, the device time included: a device that repeats its
+        // announcement with a new time counts as changed, and its new record
+        // takes the place of the old.
+        const DeviceSummaryInfo* known = m_objDelivered.at(slot);
+        if (known != nullptr && *known == summary) return 0;
     }
     {
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onDeviceDiscovered(summary);
     }
-    if (m_bSuppressDuplicates) m_objDelivered.remember(summary);
+    if (m_bSuppressDuplicates) m_objDelivered.store(slot, summary);
     return 0;
 }

@@ -383,16 +383,16 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
 
 void DeviceRangeSearchThread::deliverRecord(const NetVideoDeviceInfo& record) {
     const bool suppress = m_bSuppressDuplicates;
+    auto slot = m_objDelivered.lookup(record.getDeviceId());
     if (suppress) {
-        if (const NetVideoDeviceInfo* known = m_objDelivered.find(record.getDeviceId())) {
-            if (*known == record) return;
-            m_objDelivered.forget(record.getDeviceId());
-        }
+        // A changed record takes the place of the old one of its device id.
+        const NetVideoDeviceInfo* known = m_objDelivered.at(slot);
+        if (known != nullptr && *known == record) return;
     }
     {
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onSearchResult(record);
     }
     ++m_nPassFound;
-    if (suppress) m_objDelivered.remember(record);
+    if (suppress) m_objDelivered.store(slot, record);
 }
