@@ -5,13 +5,9 @@
 #include "discovery/AddressText.h"
 #include "discovery/DeviceRangeSearchThread.h"
 
-namespace {
-
 // Ranges the target walks; larger ones only cost memory, which addRange does
 // not bound (an application asks for what it wants to search).
 constexpr uint32_t kMaxWalk = 4096;
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     quietStdout();

@@ -18,9 +18,8 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         std::error_code error;
         if (fs::is_directory(argv[i], error)) {
-            for (const fs::directory_entry& entry : fs::directory_iterator(argv[i])) {
+            for (const fs::directory_entry& entry : fs::directory_iterator(argv[i]))
                 if (entry.is_regular_file()) inputs.push_back(entry.path());
-            }
         } else if (fs::is_regular_file(argv[i], error)) {
             inputs.push_back(argv[i]);
         } else {

@@ -2,107 +2,85 @@
 // DIR, and DIR/xml.dict, a dictionary of the element and attribute names that
 // the seeds' documents use. Every datagram is made by the library's encoders:
 // one per factory row (the row's default record, and its container holding
-// one), the binary bodies, the search answers and the three announcements.
+// one), the search answers and the three announcements; the binary bodies
+// are written out by hand behind an encoded head.
 #include <sys/stat.h>
 #include <tinyxml.h>
 
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "devsim/SimDevice.h"
 #include "domain/DomainFactoryRows.h"
 #include "domain/codecs/Base64.h"
-#include "domain/records/EtCOMWriteData.h"
-#include "domain/records/EtFileDataPack.h"
-#include "domain/records/EtPTZOperation.h"
-#include "domain/records/EtResult.h"
 #include "domain/xml/DomainXmlNode.h"
 #include "protocol/CommandParam.h"
+#include "protocol/SDKCommandHeadParser.h"
 #include "protocol/SDKCommandParser.h"
 
 namespace {
 
 typedef std::vector<unsigned char> Bytes;
+typedef SafePointer<BaseDomain> Record;
 
 // Command identifiers of the search: multicast answer, range answer.
 constexpr unsigned kMulticastAnswer = 30540;
 constexpr unsigned kRangeAnswer = 30542;
 
-class Writer {
-  public:
-    explicit Writer(std::string dir) : m_strDir(std::move(dir)) { mkdir(m_strDir.c_str(), 0755); }
+std::string g_dir;
+std::set<std::string> g_names;  // for the dictionary
+int g_count = 0;
+bool g_ok = true;
 
-    bool ok() const { return m_bOk; }
-    int count() const { return m_nCount; }
-
-    void put(const std::string& target, const std::string& name, const Bytes& bytes) {
-        const std::string dir = m_strDir + "/" + target;
-        mkdir(dir.c_str(), 0755);
-        write(dir + "/" + name, bytes);
-        ++m_nCount;
+void write(const std::string& path, const std::string& bytes) {
+    if (!(std::ofstream(path, std::ios::binary) << bytes)) {
+        std::fprintf(stderr, "fuzz_seedgen: cannot write '%s'\n", path.c_str());
+        g_ok = false;
     }
-    void put(const std::string& target, const std::string& name, const std::string& text) {
-        put(target, name, Bytes(text.begin(), text.end()));
-    }
+}
 
-    // Element and attribute names of an XML body: the datagram from `offset`.
-    void collectNames(const Bytes& datagram, size_t offset) {
-        if (datagram.size() <= offset) return;
-        TiXmlDocument document;
-        parseXmlText(document, std::string(datagram.begin() + offset, datagram.end()));
-        for (const TiXmlElement* e = document.FirstChildElement(); e != nullptr;
-             e = e->NextSiblingElement()) {
-            collect(*e);
-        }
-    }
+// A seed; an empty one (an encoder refused) is left out.
+void put(const std::string& target, const std::string& name, const Bytes& bytes) {
+    if (bytes.empty()) return;
+    mkdir((g_dir + "/" + target).c_str(), 0755);
+    write(g_dir + "/" + target + "/" + name, std::string(bytes.begin(), bytes.end()));
+    ++g_count;
+}
 
-    void writeDictionary() {
-        std::string text = "# Element and attribute names of the seed documents.\n";
-        for (const char* token : {"<", ">", "</", "/>", "=\"", "\"",
-                                  "<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "<Parameters Version=\"1\">",
-                                  "</Parameters>", "&amp;", "&#x", "<!--", "-->", "<![CDATA[", "]]>"}) {
-            text += quoted(token);
-        }
-        for (const std::string& name : m_setNames) text += quoted(name);
-        write(m_strDir + "/xml.dict", Bytes(text.begin(), text.end()));
+void collect(const TiXmlElement* element) {
+    for (; element != nullptr; element = element->NextSiblingElement()) {
+        g_names.insert(element->Value());
+        for (const TiXmlAttribute* a = element->FirstAttribute(); a != nullptr; a = a->Next())
+            g_names.insert(std::string(" ") + a->Name() + "=\"");
+        collect(element->FirstChildElement());
     }
+}
 
-  private:
-    void collect(const TiXmlElement& element) {
-        m_setNames.insert(element.Value());
-        for (const TiXmlAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
-            m_setNames.insert(std::string(" ") + a->Name() + "=\"");
-        }
-        for (const TiXmlElement* c = element.FirstChildElement(); c != nullptr; c = c->NextSiblingElement()) {
-            collect(*c);
-        }
+// Element and attribute names of an XML body: the datagram from `offset`.
+void collectNames(const Bytes& datagram, size_t offset) {
+    if (datagram.size() <= offset) return;
+    TiXmlDocument document;
+    parseXmlText(document, std::string(datagram.begin() + offset, datagram.end()));
+    collect(document.FirstChildElement());
+}
+
+void writeDictionary() {
+    g_names.insert({"<", ">", "</", "/>", "=\"", "\"", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
+                    "<Parameters Version=\"1\">", "</Parameters>", "&amp;", "&#x", "<!--", "-->", "<![CDATA[",
+                    "]]>"});
+    std::string text = "# Element and attribute names of the seed documents.\n";
+    for (const std::string& token : g_names) {
+        text += '"';
+        for (char c : token) text += (c == '"' || c == '\\') ? std::string("\\") + c : std::string(1, c);
+        text += "\"\n";
     }
-
-    static std::string quoted(const std::string& token) {
-        std::string line = "\"";
-        for (char c : token) {
-            if (c == '"' || c == '\\') line += '\\';
-            line += c;
-        }
-        return line + "\"\n";
-    }
-
-    void write(const std::string& path, const Bytes& bytes) {
-        FILE* file = std::fopen(path.c_str(), "wb");
-        if (file == nullptr || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
-            m_bOk = false;
-        if (file != nullptr && std::fclose(file) != 0) m_bOk = false;
-        if (!m_bOk) std::fprintf(stderr, "fuzz_seedgen: cannot write '%s'\n", path.c_str());
-    }
-
-    std::string m_strDir;
-    std::set<std::string> m_setNames;
-    bool m_bOk = true;
-    int m_nCount = 0;
-};
+    write(g_dir + "/xml.dict", text);
+}
 
 // The datagram of a command with these records, or empty when an encoder refuses.
 Bytes datagram(unsigned commandId, const DomainList& domains) {
@@ -114,71 +92,60 @@ Bytes datagram(unsigned commandId, const DomainList& domains) {
     return Bytes(out.getCursor(), out.getCursor() + out.getLength());
 }
 
-template <class T>
-SafePointer<BaseDomain> share(T* record) {
-    return SafePointer<BaseDomain>(record);
-}
-
 // One record of a factory row, and its container holding one such record.
-void rowSeeds(Writer& writer, int index) {
-    using namespace domain_tables;
-    const FactoryRow& row = kFactoryRows[index];
+void rowSeeds(int index) {
+    const domain_tables::FactoryRow& row = domain_tables::kFactoryRows[index];
     if (row.create == nullptr || row.createXml == nullptr) return;
     const std::string tag = std::to_string(index) + "_" + row.name;
-    std::unique_ptr<BaseDomain> probe(row.create());
-    if (!probe) return;
+    BaseDomain* made = row.create();
+    if (made == nullptr) return;
+    Record record(made);
     SafePointer<DomainXmlNode> node;
-    if (!domainToXmlNode(row.name, probe.get(), node)) return;  // a record its codec will not write
+    if (!domainToXmlNode(row.name, made, node)) return;  // a record its codec will not write
+    const Bytes single = datagram(kRangeAnswer, {record});
+    put("parse_command", "row_" + tag, single);
+    collectNames(single, 24);
 
-    Bytes single = datagram(kRangeAnswer, DomainList{share(probe.release())});
-    if (single.empty()) return;
-    writer.put("parse_command", "row_" + tag, single);
-    writer.collectNames(single, 24);
-
-    if (row.createList == nullptr || row.listKey == nullptr) return;
-    SafePointer<BaseDomain> container(row.createList());
+    if (single.empty() || row.createList == nullptr || row.listKey == nullptr) return;
+    Record container(row.createList());
     SafePointer<DomainXmlNode> list(new DomainXmlNode(std::string(row.listKey)));
     list->addConfigNode(node);
     std::string name;
-    if (!xmlNodeToDomain(list, name, container.get())) return;
-    Bytes listed = datagram(kRangeAnswer, DomainList{container});
-    if (!listed.empty()) writer.put("parse_command", "list_" + tag, listed);
+    if (xmlNodeToDomain(list, name, container.get()))
+        put("parse_command", "list_" + tag, datagram(kRangeAnswer, {container}));
 }
 
-// The bodies that are no XML documents.
-void binarySeeds(Writer& writer) {
-    const unsigned char bytes[] = {0x00, 0x7F, 0x80, 0xFF, '<', '>', '&', 0x0A};
-    DataBuffer data;
-    data.setData(bytes, sizeof(bytes));
-    EtResult result;
-    result.setCode(5);
-    writer.put("parse_command", "snapshot",
-               datagram(31026, {share(new DataBuffer(data)), share(new EtResult(result))}));
-    writer.put("parse_command", "import", datagram(33026, {share(new DataBuffer(data))}));
-    EtFileDataPack pack;
-    pack.setData(data);
-    pack.setFlag(1);
-    writer.put("parse_command", "file",
-               datagram(15020, {share(new EtFileDataPack(pack)), share(new EtResult(result))}));
-    EtCOMWriteData com;
-    ComData serial;
-    serial.setData(bytes, sizeof(bytes));
-    com.setComData(serial);
-    com.setValue1(9600);
-    com.setValue2(8);
-    writer.put("parse_command", "com", datagram(33019, {share(new EtCOMWriteData(com))}));
-    EtPTZOperation ptz;
-    ptz.setCameraId(2);
-    ptz.setPTZId(3);
-    ptz.setPTZOperation("Left");
-    ptz.setName("preset");
-    writer.put("parse_command", "ptz",
-               datagram(14006, {share(new EtPTZOperation(ptz)), share(new EtResult(result))}));
-    writer.put("parse_command", "query", datagram(30539, DomainList()));
+// The bodies that are no XML documents, behind a head of their command; the
+// data bytes are 00 7F 80 FF < > & LF, the result code 5.
+void binarySeeds() {
+    const char data[] = "00 00 00 08 00 7F 80 FF 3C 3E 26 0A";
+    const struct {
+        const char* name;
+        unsigned commandId;
+        std::string hex;
+    } rows[] = {
+        {"snapshot", 31026, "00 00 00 08 00 00 00 05 00 7F 80 FF 3C 3E 26 0A"},
+        {"import", 33026, data},
+        {"file", 15020, "00 00 00 08 01 00 00 00 05 00 7F 80 FF 3C 3E 26 0A"},
+        {"com", 33019, data + std::string(" 00 00 25 80 00 00 00 08")},
+        {"ptz", 14006,
+         "00 00 00 05 00 00 00 02 00 00 00 04 4C 65 66 74 00 00 00 06 70 72 65 73 65 74 00 00 00 03"}};
+    for (const auto& row : rows) {
+        std::istringstream in(row.hex);
+        Bytes bytes(SDKCommandHeadParser::kHeadLength);
+        for (unsigned value; in >> std::hex >> value;) bytes.push_back(static_cast<unsigned char>(value));
+        SDKCommandHeadInfo head;
+        head.nVersion = 1;
+        head.nCommandID = row.commandId;
+        head.nPayloadLength = static_cast<uint32_t>(bytes.size()) - SDKCommandHeadParser::kHeadLength;
+        SDKCommandHeadParser::encodeHead(head, bytes.data());
+        put("parse_command", row.name, bytes);
+    }
+    put("parse_command", "query", datagram(30539, DomainList()));
 }
 
 // Answers and announcements of simulated devices.
-void searchSeeds(Writer& writer) {
+void searchSeeds() {
     for (int form : {16, 20, 23}) {
         SimDeviceConfig config;
         config.address = "10.77.0." + std::to_string(10 + form);
@@ -186,38 +153,41 @@ void searchSeeds(Writer& writer) {
         config.form = form;
         config.deviceTime = "2024-05-06 07:08:09";
         const DeviceSummaryInfo summary = makeSummary(config);
+        const std::string tag = std::to_string(form);
         Bytes out;
         if (buildAnnouncement(config, summary, out)) {
-            writer.put("discovery_datagram", "form_" + std::to_string(form), out);
-            if (form != 16) writer.collectNames(out, 24 + 76);
+            put("discovery_datagram", "form_" + tag, out);
+            if (form != 16) collectNames(out, 24 + 76);
         }
-        if (buildSummaryAnswer(summary, kMulticastAnswer, 0, out)) {
-            writer.put("multicast_answer", "answer_" + std::to_string(form), out);
-        }
-        if (buildSummaryAnswer(summary, kRangeAnswer, static_cast<uint16_t>(form), out)) {
-            writer.put("range_answer", "answer_" + std::to_string(form), out);
-        }
+        if (buildSummaryAnswer(summary, kMulticastAnswer, 0, out))
+            put("multicast_answer", "answer_" + tag, out);
+        if (buildSummaryAnswer(summary, kRangeAnswer, static_cast<uint16_t>(form), out))
+            put("range_answer", "answer_" + tag, out);
     }
 }
 
-void textSeeds(Writer& writer) {
-    const char* const ranges[] = {"192.168.1.1\n192.168.1.20", "192.168.001.010\n192.168.001.020",
-                                  " 10.0.0.1 \n\t10.0.0.9\t",  "1.2.3.4:80",
-                                  "fe80::1/64\nABCD:EF01::",   "255.255.255.254\n255.255.255.255",
-                                  "10.0.0.9\n10.0.0.1"};
-    int i = 0;
-    for (const char* text : ranges)
-        writer.put("address_text", "text_" + std::to_string(i++), std::string(text));
-
+void textSeeds() {
     std::string all;
     for (int b = 0; b < 256; ++b) all += static_cast<char>(b);
     std::vector<char> encoded(all.size() * 2);
     int length = static_cast<int>(encoded.size());
     Base64Encode(reinterpret_cast<const unsigned char*>(all.data()), static_cast<int>(all.size()),
                  encoded.data(), length);
-    writer.put("base64", "bytes", std::string(encoded.data(), static_cast<size_t>(length)));
-    writer.put("base64", "lines", std::string("QUJD\r\nREVG\nR0g="));
-    writer.put("base64", "pad", std::string("QQ=="));
+    const struct {
+        const char* target;
+        const char* name;
+        std::string text;
+    } rows[] = {{"address_text", "text_0", "192.168.1.1\n192.168.1.20"},
+                {"address_text", "text_1", "192.168.001.010\n192.168.001.020"},
+                {"address_text", "text_2", " 10.0.0.1 \n\t10.0.0.9\t"},
+                {"address_text", "text_3", "1.2.3.4:80"},
+                {"address_text", "text_4", "fe80::1/64\nABCD:EF01::"},
+                {"address_text", "text_5", "255.255.255.254\n255.255.255.255"},
+                {"address_text", "text_6", "10.0.0.9\n10.0.0.1"},
+                {"base64", "bytes", std::string(encoded.data(), static_cast<size_t>(length))},
+                {"base64", "lines", "QUJD\r\nREVG\nR0g="},
+                {"base64", "pad", "QQ=="}};
+    for (const auto& row : rows) put(row.target, row.name, Bytes(row.text.begin(), row.text.end()));
 }
 
 }  // namespace
@@ -228,13 +198,14 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::freopen("/dev/null", "w", stdout);  // the codecs' lines
-    Writer writer(argv[1]);
-    for (int i = 0; i < domain_tables::kFactoryRowCount; ++i) rowSeeds(writer, i);
-    binarySeeds(writer);
-    searchSeeds(writer);
-    textSeeds(writer);
-    writer.writeDictionary();
-    if (!writer.ok()) return 1;
-    std::fprintf(stderr, "fuzz_seedgen: %d seeds in %s\n", writer.count(), argv[1]);
+    g_dir = argv[1];
+    mkdir(g_dir.c_str(), 0755);
+    for (int i = 0; i < domain_tables::kFactoryRowCount; ++i) rowSeeds(i);
+    binarySeeds();
+    searchSeeds();
+    textSeeds();
+    writeDictionary();
+    if (!g_ok) return 1;
+    std::fprintf(stderr, "fuzz_seedgen: %d seeds in %s\n", g_count, argv[1]);
     return 0;
 }

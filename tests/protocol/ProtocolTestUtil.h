@@ -60,9 +60,11 @@ inline const SDKCommandParam& sdk(const SafePointer<CommandParam>& param) {
 
 // A datagram with a well-formed head (check byte computed) and the body
 // behind it; the head declares the body's length unless told otherwise.
-inline Bytes datagram(unsigned commandId, const Bytes& body, int64_t declaredLength = -1) {
+inline Bytes datagram(unsigned commandId, const Bytes& body, int64_t declaredLength = -1,
+                      uint16_t sequence = 0) {
     SDKCommandHeadInfo head;
     head.nVersion = 1;
+    head.nSequence = sequence;
     head.nCommandID = commandId;
     head.nPayloadLength = static_cast<uint32_t>(declaredLength < 0 ? body.size() : declaredLength);
     unsigned char bytes[SDKCommandHeadParser::kHeadLength];

@@ -8,7 +8,8 @@
 #include "support/FakeNetwork.h"
 
 int main() {
-    auto* net = new testsupport::FakeNetwork;  // outlives the exit on purpose: the engines' transfers use it
+    // Outlives the exit on purpose, held by a static: the engines' transfers use it.
+    static auto* net = new testsupport::FakeNetwork;
     DeviceSearch* search = DeviceSearch::GetInstance();
     search->setStartIP("10.7.0.0");
     search->setEndIP("10.7.3.255");

@@ -29,6 +29,7 @@ bool isWildcard(const std::string& ip) {
 
 }  // namespace
 
+// Its state is guarded by the network's lock.
 class FakeTransfer : public ITransfer {
   public:
     FakeTransfer(FakeNetwork& network, int ipVersion) : m_network(network) {
@@ -50,20 +51,23 @@ class FakeTransfer : public ITransfer {
         socket->setHandle(ends[0]);
         m_nWriteEnd = ends[1];
         m_pSocket = socket.release();
-        m_network.attach(this);
+        Guard guard(m_network.m_lock);
+        m_network.m_transfers.insert(this);
         return 0;
     }
 
     int close() override {
         if (m_pSocket == nullptr) return 0;
-        m_network.detach(this);
-        ::close(m_nWriteEnd);
-        m_nWriteEnd = -1;
-        std::lock_guard<std::mutex> guard(m_lock);
-        m_queue.clear();
-        m_groups.clear();
-        m_strLocalIp.clear();
-        m_nLocalPort = 0;
+        {
+            Guard guard(m_network.m_lock);
+            m_network.m_transfers.erase(this);
+            ::close(m_nWriteEnd);
+            m_nWriteEnd = -1;
+            m_queue.clear();
+            m_groups.clear();
+            m_strLocalIp.clear();
+            m_nLocalPort = 0;
+        }
         return ITransfer::close();
     }
 
@@ -72,7 +76,7 @@ class FakeTransfer : public ITransfer {
     int bindAddr(const InetAddr& local) override {
         if (m_pSocket == nullptr) return kTransferNotOpen;
         if (const int code = m_network.takeFailure(FakeStep::Bind, local.getIP())) return code;
-        std::lock_guard<std::mutex> guard(m_lock);
+        Guard guard(m_network.m_lock);
         m_strLocalIp = local.getIP();
         m_nLocalPort = local.getPORT();
         return 0;
@@ -80,7 +84,7 @@ class FakeTransfer : public ITransfer {
 
     bool getLocalAddr(InetAddr& out) override {
         if (m_pSocket == nullptr) return false;
-        std::lock_guard<std::mutex> guard(m_lock);
+        Guard guard(m_network.m_lock);
         out.setIP(m_strLocalIp);
         out.setPORT(m_nLocalPort);
         out.setIPProtoVer(getIPVersion());
@@ -88,20 +92,14 @@ class FakeTransfer : public ITransfer {
     }
 
     bool joinMulticast(const InetAddr& group) override {
-        if (m_pSocket == nullptr) return false;
-        std::string local;
-        {
-            std::lock_guard<std::mutex> guard(m_lock);
-            local = m_strLocalIp;
-        }
-        if (m_network.takeFailure(FakeStep::Join, local) != 0) return false;
-        std::lock_guard<std::mutex> guard(m_lock);
+        if (m_pSocket == nullptr || m_network.takeFailure(FakeStep::Join, localIp()) != 0) return false;
+        Guard guard(m_network.m_lock);
         m_groups.insert(group.getIP());
         return true;
     }
 
     bool leaveMulticast(const InetAddr& group) override {
-        std::lock_guard<std::mutex> guard(m_lock);
+        Guard guard(m_network.m_lock);
         return m_groups.erase(group.getIP()) == 1;
     }
 
@@ -116,22 +114,13 @@ class FakeTransfer : public ITransfer {
         }
         FakeDatagram d;
         {
-            // The first send of an unbound transfer gives it a port. The
-            // network's lock is never taken under this transfer's.
-            std::unique_lock<std::mutex> guard(m_lock);
-            if (m_nLocalPort == 0) {
-                guard.unlock();
-                const unsigned short port = m_network.nextEphemeralPort();
-                guard.lock();
-                m_nLocalPort = port;
-            }
+            // The first send of an unbound transfer gives it a port.
+            Guard guard(m_network.m_lock);
+            if (m_nLocalPort == 0) m_nLocalPort = m_network.m_nNextPort++;
             if (m_strLocalIp.empty()) m_strLocalIp = getIPVersion() == 2 ? "::" : "0.0.0.0";
-            d.fromIp = m_strLocalIp;
-            d.fromPort = m_nLocalPort;
+            d = {m_strLocalIp, m_nLocalPort, to.getIP(), to.getPORT(),
+                 Bytes(buffer->getCursor(), buffer->getCursor() + buffer->getLength())};
         }
-        d.toIp = to.getIP();
-        d.toPort = to.getPORT();
-        d.bytes.assign(buffer->getCursor(), buffer->getCursor() + buffer->getLength());
         m_network.recordSend(d);
         return 0;
     }
@@ -147,7 +136,7 @@ class FakeTransfer : public ITransfer {
         }
         FakeDatagram d;
         {
-            std::lock_guard<std::mutex> guard(m_lock);
+            Guard guard(m_network.m_lock);
             if (m_queue.empty()) return kTransferRecvTimeout;
             d = std::move(m_queue.front());
             m_queue.pop_front();
@@ -168,27 +157,29 @@ class FakeTransfer : public ITransfer {
     int reservedD(int, int) override { return 0; }
     InetAddr getPeerAddr() override { return m_objPeer; }
 
-    // Called by the network under its lock.
-    bool reaches(const FakeDatagram& d) {
-        std::lock_guard<std::mutex> guard(m_lock);
+    // The rest is called by the network under its lock.
+    bool reaches(const FakeDatagram& d) const {
         if (d.toPort != m_nLocalPort) return false;
         if (isGroup(d.toIp)) return m_groups.count(d.toIp) == 1 && (d.via.empty() || d.via == m_strLocalIp);
         return m_strLocalIp == d.toIp || (isWildcard(m_strLocalIp) && !isGroup(d.toIp));
     }
-    bool sentFrom(const std::string& ip, unsigned short port) {
-        std::lock_guard<std::mutex> guard(m_lock);
+    bool sentFrom(const std::string& ip, unsigned short port) const {
         return m_strLocalIp == ip && m_nLocalPort == port;
     }
     void enqueue(const FakeDatagram& d) {
-        std::lock_guard<std::mutex> guard(m_lock);
         m_queue.push_back(d);
         const char token = 1;
         [[maybe_unused]] const ssize_t n = ::write(m_nWriteEnd, &token, 1);
     }
 
   private:
+    using Guard = std::lock_guard<std::mutex>;
+    std::string localIp() {
+        Guard guard(m_network.m_lock);
+        return m_strLocalIp;
+    }
+
     FakeNetwork& m_network;
-    std::mutex m_lock;
     std::deque<FakeDatagram> m_queue;
     int m_nWriteEnd = -1;
     std::string m_strLocalIp;
@@ -197,27 +188,22 @@ class FakeTransfer : public ITransfer {
     InetAddr m_objPeer;
 };
 
-ITransfer* FakeNetwork::Factory::createTransfer(int ipVersion) {
-    if (m_network.takeFailure(FakeStep::Create, "") != 0) return nullptr;
-    return new FakeTransfer(m_network, ipVersion);
+ITransfer* FakeNetwork::createTransfer(int ipVersion) {
+    if (takeFailure(FakeStep::Create, "") != 0) return nullptr;
+    return new FakeTransfer(*this, ipVersion);
 }
 
-FakeNetwork::FakeNetwork(std::vector<AdapterEntry> adapters) : m_factory(*this) {
+FakeNetwork::FakeNetwork(std::vector<AdapterEntry> adapters) {
     // The datagram factory is registered first, so that an engine made later
     // does not register it over this one.
     m_pPrevious = registerUDPTransfer();
-    TransferFactoryMap::getInstance()->addFactory(kUDPTransferKey, &m_factory);
+    TransferFactoryMap::getInstance()->addFactory(kUDPTransferKey, this);
     setAdapterSource([adapters] { return adapters; });
 }
 
 FakeNetwork::~FakeNetwork() {
     TransferFactoryMap::getInstance()->addFactory(kUDPTransferKey, m_pPrevious);
     setAdapterSource({});
-}
-
-void FakeNetwork::setResponder(std::function<void(const FakeDatagram&)> responder) {
-    std::lock_guard<std::mutex> guard(m_lock);
-    m_responder = std::move(responder);
 }
 
 int FakeNetwork::deliver(const FakeDatagram& d) {
@@ -235,42 +221,16 @@ int FakeNetwork::reply(const FakeDatagram& query, const std::string& fromIp, con
     std::lock_guard<std::mutex> guard(m_lock);
     for (FakeTransfer* t : m_transfers) {
         if (!t->sentFrom(query.fromIp, query.fromPort)) continue;
-        FakeDatagram answer;
-        answer.fromIp = fromIp;
-        answer.fromPort = query.toPort;
-        answer.toIp = query.fromIp;
-        answer.toPort = query.fromPort;
-        answer.bytes = bytes;
-        t->enqueue(answer);
+        t->enqueue({fromIp, query.toPort, query.fromIp, query.fromPort, bytes});
         return 1;
     }
     return 0;
-}
-
-std::vector<FakeDatagram> FakeNetwork::sent() {
-    std::lock_guard<std::mutex> guard(m_lock);
-    return m_sent;
 }
 
 std::vector<FakeDatagram> FakeNetwork::waitSent(size_t count) {
     std::unique_lock<std::mutex> guard(m_lock);
     m_sentSignal.wait_for(guard, std::chrono::seconds(5), [&] { return m_sent.size() >= count; });
     return m_sent;
-}
-
-void FakeNetwork::clearSent() {
-    std::lock_guard<std::mutex> guard(m_lock);
-    m_sent.clear();
-}
-
-size_t FakeNetwork::openCount() {
-    std::lock_guard<std::mutex> guard(m_lock);
-    return m_transfers.size();
-}
-
-void FakeNetwork::failNext(FakeStep step, const std::string& address, int code) {
-    std::lock_guard<std::mutex> guard(m_lock);
-    m_failures.push_back({step, address, code});
 }
 
 int FakeNetwork::takeFailure(FakeStep step, const std::string& address) {
@@ -284,16 +244,6 @@ int FakeNetwork::takeFailure(FakeStep step, const std::string& address) {
     return 0;
 }
 
-void FakeNetwork::attach(FakeTransfer* transfer) {
-    std::lock_guard<std::mutex> guard(m_lock);
-    m_transfers.insert(transfer);
-}
-
-void FakeNetwork::detach(FakeTransfer* transfer) {
-    std::lock_guard<std::mutex> guard(m_lock);
-    m_transfers.erase(transfer);
-}
-
 void FakeNetwork::recordSend(const FakeDatagram& d) {
     std::function<void(const FakeDatagram&)> responder;
     {
@@ -304,11 +254,6 @@ void FakeNetwork::recordSend(const FakeDatagram& d) {
     }
     m_sentSignal.notify_all();
     if (responder) responder(d);
-}
-
-unsigned short FakeNetwork::nextEphemeralPort() {
-    std::lock_guard<std::mutex> guard(m_lock);
-    return m_nNextPort++;
 }
 
 }  // namespace testsupport

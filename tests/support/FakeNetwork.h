@@ -55,7 +55,14 @@ enum class FakeStep { Create, Open, Bind, Join, Throw, Send };
 
 class FakeTransfer;
 
-class FakeNetwork {
+// It is the transfer factory registered under key 1.
+class FakeNetwork : private ITransferFactory {
+    template <class F>
+    auto locked(F f) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return f();
+    }
+
   public:
     // Two adapters by default: lanA 192.0.2.1 and lanB 198.51.100.1.
     explicit FakeNetwork(std::vector<AdapterEntry> adapters = {{"lanA", {"192.0.2.1"}},
@@ -66,7 +73,9 @@ class FakeNetwork {
 
     // Called for every datagram sent, on the sending thread, after it was
     // recorded; it may deliver answers.
-    void setResponder(std::function<void(const FakeDatagram&)> responder);
+    void setResponder(std::function<void(const FakeDatagram&)> responder) {
+        locked([&] { m_responder = std::move(responder); });
+    }
     // Queues `d` on every open transfer it reaches: unicast to the transfers
     // bound to its address (or the wildcard address) and port; a group to the
     // transfers bound to its port that joined it, on adapter `via` if given.
@@ -75,18 +84,26 @@ class FakeNetwork {
     // Queues an answer on the transfer that sent `query`.
     int reply(const FakeDatagram& query, const std::string& fromIp, const Bytes& bytes);
 
-    std::vector<FakeDatagram> sent();
+    std::vector<FakeDatagram> sent() {
+        return locked([&] { return m_sent; });
+    }
     // Waits until at least `count` datagrams were sent (5 s at most).
     std::vector<FakeDatagram> waitSent(size_t count);
-    void clearSent();
+    void clearSent() {
+        locked([&] { m_sent.clear(); });
+    }
     // Transfers open now.
-    size_t openCount();
+    size_t openCount() {
+        return locked([&] { return m_transfers.size(); });
+    }
 
     // Makes the next `step` of a transfer on local address `address` (any
     // address when empty) fail; a failing Bind or Open returns `code`. For
     // Send, `address` is the destination, and the send returns -210 with
     // errno set to `code`.
-    void failNext(FakeStep step, const std::string& address = "", int code = -1);
+    void failNext(FakeStep step, const std::string& address = "", int code = -1) {
+        locked([&] { m_failures.push_back({step, address, code}); });
+    }
 
   private:
     friend class FakeTransfer;
@@ -95,21 +112,10 @@ class FakeNetwork {
         std::string address;
         int code;
     };
-    class Factory : public ITransferFactory {
-      public:
-        explicit Factory(FakeNetwork& network) : m_network(network) {}
-        ITransfer* createTransfer(int ipVersion) override;
-
-      private:
-        FakeNetwork& m_network;
-    };
-
+    ITransfer* createTransfer(int ipVersion) override;
     // The code of a pending failure of `step` at `address`, consumed; 0 when none.
     int takeFailure(FakeStep step, const std::string& address);
-    void attach(FakeTransfer* transfer);
-    void detach(FakeTransfer* transfer);
     void recordSend(const FakeDatagram& d);
-    unsigned short nextEphemeralPort();
 
     std::mutex m_lock;
     std::condition_variable m_sentSignal;
@@ -118,7 +124,6 @@ class FakeNetwork {
     std::vector<Failure> m_failures;
     std::function<void(const FakeDatagram&)> m_responder;
     unsigned short m_nNextPort = 50000;
-    Factory m_factory;
     ITransferFactory* m_pPrevious;
 };
 

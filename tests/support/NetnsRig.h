@@ -16,9 +16,8 @@
 // detection is off, so every address is usable at once. These addresses exist
 // only inside the namespaces.
 //
-// Namespace names carry the process id; the namespaces are removed by the
-// destructor, at exit and on fatal signals, and stale ones of dead processes
-// are removed when a rig is built.
+// The namespaces are held by descriptors alone: they vanish with the rig (or
+// the process), so a test that crashes leaves nothing behind.
 //
 // Code runs inside a namespace on a thread that entered it with setns():
 // sockets created on that thread belong to that namespace, and keep it when
@@ -31,6 +30,7 @@
 //   rig->lanA().run([&] { /* a device answering on LAN A */ });
 //   rig->lanB().ip("route add 198.51.100.0/24 via 203.0.113.1");
 
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -43,7 +43,9 @@ namespace testsupport {
 
 // True when namespaces are a hard requirement (environment CI=true): tests
 // then fail instead of skipping.
-bool netnsRequired();
+inline bool netnsRequired() {
+    return std::getenv("CI") != nullptr && std::string(std::getenv("CI")) == "true";
+}
 
 // A thread that enters a network namespace (given by an open namespace file
 // descriptor) and runs `fn`. join() waits and rethrows what `fn` threw; the
@@ -70,7 +72,7 @@ class Netns {
     Netns(const Netns&) = delete;
     Netns& operator=(const Netns&) = delete;
 
-    // The `ip netns` name; empty for an anonymous namespace.
+    // A path of the namespace, for tools: `ip link ... netns PATH`, `nsenter --net=PATH`.
     const std::string& name() const { return m_name; }
     int fd() const { return m_nFd; }
 
@@ -79,8 +81,8 @@ class Netns {
     void run(const std::function<void()>& fn) const;
     // Starts fn inside this namespace; the returned thread joins when destroyed.
     NetnsThread spawn(std::function<void()> fn) const;
-    // Runs an `ip` command line (the arguments after "ip -n NAME") in this
-    // namespace; throws std::runtime_error with the command's output on failure.
+    // Runs an `ip` command line (the arguments after "ip") in this namespace;
+    // throws std::runtime_error with the command's output on failure.
     void ip(const std::string& args) const;
     // Writes a value under /proc/sys/net (e.g. "ipv6/conf/all/accept_dad") in
     // this namespace; throws on failure.
@@ -107,9 +109,6 @@ class NetnsRig {
   public:
     // Builds the rig; null with the reason in *why when it cannot.
     static std::unique_ptr<NetnsRig> create(std::string* why);
-    ~NetnsRig();
-    NetnsRig(const NetnsRig&) = delete;
-    NetnsRig& operator=(const NetnsRig&) = delete;
 
     const Netns& client() const { return *m_pClient; }
     const Netns& lanA() const { return *m_pLanA; }
@@ -129,27 +128,17 @@ class NetnsRig {
 
 // In a test body: builds the rig into `var` (a std::unique_ptr<NetnsRig>), or
 // skips the test with the reason, or fails it where namespaces are required.
-#define DS_NETNS_RIG_OR_SKIP(var)                                                                      \
-    do {                                                                                               \
-        std::string dsRigWhy_;                                                                         \
-        var = ::testsupport::NetnsRig::create(&dsRigWhy_);                                             \
-        if (!var) {                                                                                    \
-            if (::testsupport::netnsRequired()) {                                                      \
-                FAIL() << "network namespaces are required here (CI=true) but failed: " << dsRigWhy_;  \
-            }                                                                                          \
-            GTEST_SKIP() << "network namespaces unavailable (needs root and iproute2): " << dsRigWhy_; \
-        }                                                                                              \
-    } while (0)
-
+#define DS_NETNS_RIG_OR_SKIP(var) DS_NETNS_OR_SKIP_(var, ::testsupport::NetnsRig::create)
 // The same for a private loopback-only namespace in `var` (std::unique_ptr<Netns>).
-#define DS_LOOPBACK_NETNS_OR_SKIP(var)                                                               \
-    do {                                                                                             \
-        std::string dsNsWhy_;                                                                        \
-        var = ::testsupport::makeLoopbackNetns(&dsNsWhy_);                                           \
-        if (!var) {                                                                                  \
-            if (::testsupport::netnsRequired()) {                                                    \
-                FAIL() << "network namespaces are required here (CI=true) but failed: " << dsNsWhy_; \
-            }                                                                                        \
-            GTEST_SKIP() << "network namespaces unavailable (needs CAP_SYS_ADMIN): " << dsNsWhy_;    \
-        }                                                                                            \
+#define DS_LOOPBACK_NETNS_OR_SKIP(var) DS_NETNS_OR_SKIP_(var, ::testsupport::makeLoopbackNetns)
+#define DS_NETNS_OR_SKIP_(var, make)                                                                  \
+    do {                                                                                              \
+        std::string dsNsWhy_;                                                                         \
+        var = make(&dsNsWhy_);                                                                        \
+        if (!var) {                                                                                   \
+            if (::testsupport::netnsRequired()) {                                                     \
+                FAIL() << "network namespaces are required here (CI=true) but failed: " << dsNsWhy_;  \
+            }                                                                                         \
+            GTEST_SKIP() << "network namespaces unavailable (needs root and iproute2): " << dsNsWhy_; \
+        }                                                                                             \
     } while (0)

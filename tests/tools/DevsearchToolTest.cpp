@@ -15,12 +15,13 @@
 #include <tuple>
 #include <vector>
 
-#include "protocol/SDKCommandHeadParser.h"
+#include "protocol/ProtocolTestUtil.h"
 
 namespace {
 
+using protocol_test::Bytes;
+using protocol_test::hexBytes;
 using testing::HasSubstr;
-typedef std::vector<unsigned char> Bytes;
 
 struct ToolRun {
     int status = -1;
@@ -31,15 +32,7 @@ const std::string kXmlHead = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n";
 const std::string kEmptyDocument = kXmlHead + "<Parameters Version=\"1\" />\n";
 
 Bytes datagram(unsigned commandId, const std::string& body, int declared = -1) {
-    SDKCommandHeadInfo head;
-    head.nVersion = 1;
-    head.nSequence = 3;
-    head.nCommandID = commandId;
-    head.nPayloadLength = static_cast<unsigned>(declared < 0 ? static_cast<int>(body.size()) : declared);
-    Bytes out(24 + body.size());
-    SDKCommandHeadParser::encodeHead(head, out.data());
-    std::copy(body.begin(), body.end(), out.begin() + 24);
-    return out;
+    return protocol_test::datagram(commandId, body, declared, 3);
 }
 
 std::string slurp(const std::string& path) {
@@ -55,8 +48,7 @@ class ToolTest : public testing::Test {
     // A file of the scratch folder that holds `bytes`.
     std::string file(const Bytes& bytes) {
         const std::string path = m_dir + "/in" + std::to_string(m_nFiles++);
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        std::ofstream(path, std::ios::binary) << bytes;
         return path;
     }
 
@@ -77,7 +69,7 @@ class ToolTest : public testing::Test {
 // standard error.
 TEST_F(ToolTest, DecodeAndHelpPrintOnStandardOutputOnly) {
     const std::string query = file(datagram(30539, kEmptyDocument));
-    const std::string snapshot = file(datagram(31026, std::string("\0\0\0\3\0\0\0\5", 8) + "abc"));
+    const std::string snapshot = file(datagram(31026, hexBytes("00 00 00 03 00 00 00 05 61 62 63")));
     const std::pair<std::vector<std::string>, std::vector<const char*>> cases[] = {
         {{"decode", query},
          {"commandID      30539 (0x774B)", "sequence       3", "payloadLength  67",
@@ -106,16 +98,16 @@ TEST_F(ToolTest, RefusalsPrintOneLineAndTheirStatus) {
     Bytes badEnd = datagram(30539, kEmptyDocument);
     badEnd[23] = 0;
     const std::string text = "hello world this is not it";
-    const Bytes noData = datagram(31026, std::string("\0\0\0\x09\0\0\0\5", 8));  // 9 data bytes announced
+    const Bytes noData = datagram(31026, hexBytes("00 00 00 09 00 00 00 05"));  // 9 data bytes announced
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{}, 1, "no subcommand given; run 'devsearch --help'"},
         {{"frobnicate"}, 1, "unknown subcommand 'frobnicate'"},
         {{"decode", m_dir + "/does-not-exist"}, 1, "cannot open"},
         {{"decode", "a", "b"}, 1, "too many arguments"},
         {{"recode", "--bogus"}, 1, "unknown option '--bogus'"},
-        {{"decode", file(Bytes(23, 0xAF))}, 2, "too short"},
-        {{"recode", file(Bytes(5, 0))}, 2, "too short"},
-        {{"decode", file(Bytes(text.begin(), text.end()))}, 2, "not an SDK command"},
+        {{"decode", file(Bytes(23, '\xAF'))}, 2, "too short"},
+        {{"recode", file(Bytes(5, '\0'))}, 2, "too short"},
+        {{"decode", file(text)}, 2, "not an SDK command"},
         {{"decode", file(badCheck)}, 2, "check byte"},
         {{"decode", file(badEnd)}, 2, "end mark"},
         {{"decode", file(datagram(30539, kEmptyDocument, 500))}, 2, "announces 500 body bytes"},
@@ -149,7 +141,8 @@ TEST_F(ToolTest, LibraryLinesGoToStandardError) {
     const ToolRun bad = run({"decode", file(datagram(1010, missing))});
     EXPECT_EQ(2, bad.status);
     EXPECT_EQ("", bad.out);
-    EXPECT_THAT(bad.err, HasSubstr("ConsumerId"));  // the codec's own line
+    EXPECT_THAT(bad.err,
+                HasSubstr("EtMotionDetectionStreamReqXml::parseDomainXmlNode get ConsumerId failed"));
     EXPECT_THAT(bad.err, HasSubstr("refused by its codec"));
 }
 
@@ -160,7 +153,8 @@ TEST_F(ToolTest, RecodeWritesTheDatagramAgain) {
     const Bytes query = datagram(30539, kEmptyDocument);
     Bytes loose = datagram(30539, "<Foo Version='7'><Result Code='4'/></Foo>  ");
     loose[3] = 9;  // version 9
-    loose[22] = SDKCommandHeadParser::checkByte(loose.data());
+    loose[22] =
+        static_cast<char>(SDKCommandHeadParser::checkByte(reinterpret_cast<unsigned char*>(&loose[0])));
     const std::pair<Bytes, Bytes> cases[] = {
         {query, query},
         {loose,
@@ -168,7 +162,7 @@ TEST_F(ToolTest, RecodeWritesTheDatagramAgain) {
     for (const auto& c : cases) {
         const ToolRun r = run({"recode", file(c.first)});
         EXPECT_EQ(0, r.status) << r.err;
-        EXPECT_EQ(std::string(c.second.begin(), c.second.end()), r.out);
+        EXPECT_EQ(c.second, r.out);
     }
 }
 

@@ -12,11 +12,6 @@
 
 typedef std::vector<std::string> Lines;
 
-inline Lines operator+(Lines a, const Lines& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 // A fresh directory under /tmp, removed with its contents at the end of the scope.
 struct TempDir {
     std::string path = [] {

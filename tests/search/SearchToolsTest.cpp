@@ -1,24 +1,99 @@
+// The network settings record and the address tool.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <functional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "devsearch/DeviceNetwork.h"
 #include "devsearch/IPTool.h"
 #include "domain/records/InetAddr.h"
 #include "support/NetnsRig.h"
 
-// Reaches the private checks of IPTool.
-class IPToolProbe {
-  public:
-    static bool v4(const char* text) { return IPTool().checkIPv4Address(text); }
-    static bool v6(const char* text) { return IPTool().checkIPv6Address(text); }
-    static int dtob(int value, char* out) { return IPTool().dtob(value, out); }
+namespace {
+
+struct TextField {
+    bool (DeviceNetwork::*set)(const char*);
+    const char* (DeviceNetwork::*get)() const;
+    size_t limit;
+};
+const TextField kAddressFields[] = {
+    {&DeviceNetwork::setLocalIp, &DeviceNetwork::getLocalIp, 48},
+    {&DeviceNetwork::setLocalSubnetMask, &DeviceNetwork::getLocalSubnetMask, 48},
+    {&DeviceNetwork::setGateway, &DeviceNetwork::getGateway, 48},
+    {&DeviceNetwork::setPrimaryDNSIp, &DeviceNetwork::getPrimaryDNSIp, 48},
+    {&DeviceNetwork::setSpareDNSIp, &DeviceNetwork::getSpareDNSIp, 48},
 };
 
-namespace {
+TEST(DeviceNetwork, InitialValuesAndTextLimits) {
+    DeviceNetwork n;
+    EXPECT_EQ(
+        (std::vector<int>{0, 0, 0, 0, 0, 0, 1, 1}),
+        (std::vector<int>{n.getNetId(), n.getAutoGetIpFlag(), n.getAutoGetDNSFlag(), n.getControlPort(),
+                          n.getRegisterPort(), n.getHttpPort(), n.getIPProtoVer(), n.getAdapterType()}));
+    // Each text starts empty, takes its limit, and refuses null or one more
+    // character keeping what it held; content is not judged.
+    std::vector<TextField> fields(std::begin(kAddressFields), std::end(kAddressFields));
+    fields.push_back({&DeviceNetwork::setDeviceId, &DeviceNetwork::getDeviceId, 32});
+    for (const TextField& f : fields) {
+        SCOPED_TRACE(f.limit);
+        EXPECT_STREQ("", (n.*f.get)());
+        const std::string full(f.limit, 'a');
+        EXPECT_TRUE((n.*f.set)(full.c_str()));
+        EXPECT_FALSE((n.*f.set)(std::string(f.limit + 1, 'b').c_str()));
+        EXPECT_FALSE((n.*f.set)(nullptr));
+        EXPECT_EQ(full, (n.*f.get)());
+    }
+}
+
+// Equality, copies, assignment and reset() cover every field; the device id
+// is compared byte for byte, the addresses without regard to case.
+TEST(DeviceNetwork, EqualityCopiesAndResetCoverEveryField) {
+    std::vector<std::function<void(DeviceNetwork&)>> changes = {
+        [](auto& x) { x.setDeviceId("dev"); },     [](auto& x) { x.setNetId(7); },
+        [](auto& x) { x.setAutoGetIpFlag(true); }, [](auto& x) { x.setAutoGetDNSFlag(true); },
+        [](auto& x) { x.setControlPort(30001); },  [](auto& x) { x.setRegisterPort(9); },
+        [](auto& x) { x.setHttpPort(80); },        [](auto& x) { x.setIPProtoVer(2); },
+        [](auto& x) { x.setAdapterType(3); }};
+    for (const TextField& f : kAddressFields)
+        changes.push_back([f](DeviceNetwork& x) { (x.*f.set)("FE80::A"); });
+    DeviceNetwork all;
+    for (size_t i = 0; i < changes.size(); ++i) {
+        DeviceNetwork changed;
+        changes[i](changed);
+        changes[i](all);
+        EXPECT_FALSE(changed == DeviceNetwork()) << "field " << i;
+        DeviceNetwork assigned;
+        assigned = changed;
+        EXPECT_TRUE(DeviceNetwork(assigned) == changed) << "field " << i;
+    }
+    all.reset();
+    EXPECT_TRUE(all == DeviceNetwork());
+
+    DeviceNetwork upper, lower;
+    upper.setDeviceId("DEV");
+    lower.setDeviceId("dev");
+    EXPECT_FALSE(upper == lower);
+    upper.setDeviceId("dev");
+    for (const TextField& f : kAddressFields) {
+        (upper.*f.set)("FE80::ABCD");
+        (lower.*f.set)("fe80::abcd");
+    }
+    EXPECT_TRUE(upper == lower);
+
+    // A shorter text stored over a longer one leaves nothing behind its
+    // terminator, also when it is a tail of the field's own text.
+    DeviceNetwork reused, fresh;
+    reused.setDeviceId("ABCDEFGH");
+    reused.setDeviceId("AB");
+    fresh.setDeviceId("AB");
+    EXPECT_TRUE(DeviceNetwork(reused) == fresh);
+    reused.setDeviceId("ABCDEFGH");
+    reused.setDeviceId(reused.getDeviceId() + 6);
+    EXPECT_STREQ("GH", reused.getDeviceId());
+}
 
 // Each text with the version that checkIPAddress gives it: 1 when the IPv4
 // check takes it, 2 when only the IPv6 check does, 0 when neither does.
@@ -40,24 +115,11 @@ TEST(IPToolCheck, AddressTexts) {
     };
     for (const auto& c : cases) {
         for (const char* text : c.second) {
-            EXPECT_EQ(c.first == 1, IPToolProbe::v4(text)) << text;
-            EXPECT_EQ(c.first == 2, IPToolProbe::v6(text)) << text;
             int version = -7;  // a refused text leaves it alone
             EXPECT_EQ(c.first != 0, IPTool().checkIPAddress(text, version)) << text;
             EXPECT_EQ(c.first != 0 ? c.first : -7, version) << text;
         }
     }
-}
-
-TEST(IPToolCheck, BinaryDigits) {
-    char out[40];
-    std::memset(out, 'x', sizeof(out));
-    EXPECT_EQ(-1, IPToolProbe::dtob(-5, out));
-    EXPECT_EQ(0, IPToolProbe::dtob(0, out));
-    EXPECT_EQ(3, IPToolProbe::dtob(5, out));
-    EXPECT_EQ("101xx", std::string(out, 5));  // nothing for 0 and -5, no terminator
-    EXPECT_EQ(31, IPToolProbe::dtob(0x7fffffff, out));
-    EXPECT_EQ(std::string(31, '1'), std::string(out, 31));
 }
 
 // Address text is taken as it stands (the port kept); host names are looked
