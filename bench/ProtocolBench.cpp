@@ -6,7 +6,6 @@
 // catalogue: every record, filled, built, printed and parsed back.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <tinyxml.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -15,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "BareParse.h"
 #include "protocol/CommandParam.h"
 #include "protocol/SDKCommandParser.h"
 #include "domain/AllRecords.h"
@@ -84,16 +84,7 @@ BENCHMARK(BM_ParseCommand);
 // The bare parse; a tab size of 0 switches the row and column bookkeeping off.
 void bareParse(benchmark::State& state, int tabSize) {
     const std::string& body = replyBody();
-    for (auto _ : state) {
-        TiXmlDocument document;
-        document.SetTabSize(tabSize);
-        document.Parse(body.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
-        if (document.Error()) {
-            state.SkipWithError("the body is not a document");
-            break;
-        }
-        benchmark::DoNotOptimize(document.RootElement());
-    }
+    runBareParse(state, body, tabSize);
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * body.size());
 }
 

@@ -77,6 +77,14 @@ class DEVSEARCH_EXPORT DeviceSearch {
     bool getStartSearch();
     void setStartSearch(bool start);
 
+    // Most records each engine keeps to drop a device it has reported already
+    // (65,536 at load, at least 1). A flood of more distinct devices than
+    // this is still reported in full, but the oldest are forgotten, and a
+    // forgotten device is reported again when it is heard again. Takes
+    // effect at the next start of a search.
+    unsigned int getRememberedDeviceLimit();
+    void setRememberedDeviceLimit(unsigned int devices);
+
     // The listener objects; they live as long as the library.
     QIPsearchListener* getIPsearchListener();
     QDeviceSearcherListener* getDeviceSearcherListener();
@@ -114,6 +122,7 @@ class DEVSEARCH_EXPORT DeviceSearch {
     // Whether the multicast engines have been given their listener and
     // settings; a range search sets the flag without doing so.
     bool m_bMulticastConfigured;
+    unsigned int m_nRememberedDeviceLimit;
     // Told of the range search's progress by its thread: the range search
     // must be stopped before this goes.
     std::unique_ptr<QRangeSearchProgress> m_pRangeSearchProgress;

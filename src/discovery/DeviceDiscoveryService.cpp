@@ -20,6 +20,10 @@ void DeviceDiscoveryService::setSuppressDuplicates(bool on) {
     m_pImpl->setSuppressDuplicates(on);
 }
 
+void DeviceDiscoveryService::setRememberedLimit(size_t devices) {
+    m_pImpl->setRememberedLimit(devices);
+}
+
 void DeviceDiscoveryService::setSendInterval(int seconds) {
     m_pImpl->setSendInterval(seconds);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ class DeviceDiscoveryService {
     void setAdapters(const std::vector<std::string>& adapters);
     void setGroup(const InetAddr& group);
     void setSuppressDuplicates(bool on);
+    void setRememberedLimit(size_t devices);
     void setSendInterval(int seconds);
     void setListener(SafePointer<IDeviceDiscoveryListener> listener);
     int start();

@@ -58,6 +58,10 @@ void DeviceDiscoveryServiceImpl::setSendInterval(int seconds) {
     m_nSendInterval = seconds;
 }
 
+void DeviceDiscoveryServiceImpl::setRememberedLimit(size_t records) {
+    m_objDelivered.setLimit(records);
+}
+
 void DeviceDiscoveryServiceImpl::setListener(SafePointer<IDeviceDiscoveryListener> listener) {
     // Copy assignment: an empty pointer throws "Assigned NULL <T>pointer".
     m_pListener = listener;
@@ -95,7 +99,7 @@ void DeviceDiscoveryServiceImpl::stop() {
         closeTransfers(m_mapReadTransfers);
         closeTransfers(m_mapSendTransfers);
     }
-    m_vecSummaries.clear();
+    m_objDelivered.clear();
 }
 
 int DeviceDiscoveryServiceImpl::openTransfers() {
@@ -111,8 +115,8 @@ int DeviceDiscoveryServiceImpl::openTransfers() {
     for (const std::string& adapter : m_vecAdapters) {
         SafePointer<ITransfer> sender;
         SafePointer<ITransfer> reader;
-        if (openTransfer(sendAddress, adapter, sender) != 0) continue;
-        if (openTransfer(readAddress, adapter, reader) != 0) {
+        if (openTransfer(sendAddress, adapter, kIdleRecvBufferBytes, sender) != 0) continue;
+        if (openTransfer(readAddress, adapter, kBurstRecvBufferBytes, reader) != 0) {
             // A failed adapter is skipped whole.
             sender->close();
             continue;
@@ -126,11 +130,11 @@ int DeviceDiscoveryServiceImpl::openTransfers() {
 }
 
 int DeviceDiscoveryServiceImpl::openTransfer(const InetAddr& address, const std::string& adapter,
-                                             SafePointer<ITransfer>& out) {
+                                             int recvBufferBytes, SafePointer<ITransfer>& out) {
     try {
         ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
         if (factory == nullptr) return kTransferNoFactory;
-        const int opened = openGroupTransfer(*factory, address, adapter, m_objWakeUp, out);
+        const int opened = openGroupTransfer(*factory, address, adapter, m_objWakeUp, recvBufferBytes, out);
         if (opened == kTransferBindFailed && address.getIPProtoVer() != 2) {
             OLTrace(1, __FILE__, "DeviceDiscoveryServiceImpl::openTransfer bind() error iiiiiiiiiiii \n");
         }
@@ -183,18 +187,24 @@ int DeviceDiscoveryServiceImpl::runOnce() {
         auto found = m_mapReadTransfers.find(handle);
         if (found == m_mapReadTransfers.end()) continue;
 
-        SafePointer<CommandParam> param;
-        const int received = receive(*found->second, param);
-        if (received == kTransferRecvTimeout) continue;
-        if (received != 0) {
-            // Any failure but a time-out, a datagram that does not parse
-            // included, takes the transfer out of readiness: the adapter goes
-            // on sending queries but is not heard again until the next start.
-            // The entry stays in the read transfers, so the loop keeps running.
-            m_objReadSelect.removeSocket(handle);
+        // The answers queued behind the first are read without waiting for
+        // readiness again, up to kDrainLimit before the next adapter's turn.
+        for (int taken = 0; taken < kDrainLimit && !stopRequested(); ++taken) {
+            SafePointer<CommandParam> param;
+            const int received = receive(*found->second, taken == 0 ? kRecvTimeoutMs : 0, param);
+            if (received == kTransferRecvTimeout) break;
+            if (received != 0) {
+                // Any failure but a time-out, a datagram that does not parse
+                // included, takes the transfer out of readiness: the adapter
+                // goes on sending queries but is not heard again until the
+                // next start. The entry stays in the read transfers, so the
+                // loop keeps running.
+                m_objReadSelect.removeSocket(handle);
+            }
+            const int handled = handleCommand(param);
+            OLTrace(3, __FILE__, "RecordTransferThread::run handleCommand, nRet = %d\n", handled);
+            if (received != 0) break;
         }
-        const int handled = handleCommand(param);
-        OLTrace(3, __FILE__, "RecordTransferThread::run handleCommand, nRet = %d\n", handled);
     }
     return 0;
 }
@@ -206,9 +216,10 @@ int DeviceDiscoveryServiceImpl::sendQuery() {
     return 0;
 }
 
-int DeviceDiscoveryServiceImpl::receive(ITransfer& transfer, SafePointer<CommandParam>& param) {
+int DeviceDiscoveryServiceImpl::receive(ITransfer& transfer, int timeoutMs,
+                                        SafePointer<CommandParam>& param) {
     InetAddr from;
-    const int received = transfer.recv(&m_objRecvBuffer, kRecvTimeoutMs, &from);
+    const int received = transfer.recv(&m_objRecvBuffer, timeoutMs, &from);
     if (received != 0) return received;
     try {
         if (!m_pParser->parseCommand(m_objRecvBuffer, param)) return kAnswerNotParsed;
@@ -227,16 +238,18 @@ int DeviceDiscoveryServiceImpl::handleCommand(const SafePointer<CommandParam>& p
     DeviceSummaryInfo summary;
     if (!extractDomain(summary, command->m_domains)) return kNotConfigured;
 
-    if (m_bSuppressDuplicates) {
-        // Full equality, DeviceTime included: a changed record is delivered
-        // again and kept beside the old one.
-        for (const DeviceSummaryInfo& known : m_vecSummaries) {
-            if (known == summary) return 0;
-        }
-        m_pListener->onDeviceDiscovered(summary);
-        m_vecSummaries.push_back(summary);
-    } else {
-        m_pListener->onDeviceDiscovered(summary);
-    }
+    deliver(summary);
     return 0;
+}
+
+void DeviceDiscoveryServiceImpl::deliver(const DeviceSummaryInfo& summary) {
+    if (!m_bSuppressDuplicates) {
+        m_pListener->onDeviceDiscovered(summary);
+        return;
+    }
+    // Full equality, DeviceTime included: a changed record is delivered
+    // again and kept beside the old one.
+    if (m_objDelivered.holdsEqual(summary)) return;
+    m_pListener->onDeviceDiscovered(summary);
+    m_objDelivered.remember(summary);
 }

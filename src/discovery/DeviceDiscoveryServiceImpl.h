@@ -8,6 +8,7 @@
 #include "Product/Technic/GThread.h"
 #include "Product/Technic/OLMutex.h"
 #include "Product/Technic/SafePointer.h"
+#include "discovery/DeliveredDevices.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "domain/records/InetAddr.h"
 #include "transport/CommandBuffer.h"
@@ -32,7 +33,8 @@ class DeviceDiscoveryServiceImpl {
     static constexpr int kWaitMs = 2000;
     static constexpr int kRecvTimeoutMs = 1000;
     static constexpr int kSendTimeoutMs = 3000;
-    static constexpr int kRecvBufferBytes = 1048576;
+    // Answers read from one transfer in a row while more are queued.
+    static constexpr int kDrainLimit = 64;
 
     DeviceDiscoveryServiceImpl();
     ~DeviceDiscoveryServiceImpl();
@@ -44,6 +46,10 @@ class DeviceDiscoveryServiceImpl {
     void setGroup(const InetAddr& group);
     void setSuppressDuplicates(bool on);
     void setSendInterval(int seconds);
+    // Most records held for the duplicate check (default 65,536, at least 1);
+    // past it the oldest are forgotten, and such a record is delivered again
+    // when it repeats. Records are never dropped for want of room.
+    void setRememberedLimit(size_t records);
     // A null listener is refused with the pointer's own failure (OLRuntimeError).
     void setListener(SafePointer<IDeviceDiscoveryListener> listener);
 
@@ -64,16 +70,22 @@ class DeviceDiscoveryServiceImpl {
     // Transfers open now; the worker does not change them while it runs.
     size_t getReadTransferCount() const { return m_mapReadTransfers.size(); }
     size_t getSendTransferCount() const { return m_mapSendTransfers.size(); }
+    // Records held for the duplicate check now.
+    size_t getRememberedCount() const { return m_objDelivered.size(); }
 
   private:
     // The worker's loop body; -1 ends the worker (no read transfer left).
     int runOnce();
     bool stopRequested() const;
     int openTransfers();
-    int openTransfer(const InetAddr& address, const std::string& adapter, SafePointer<ITransfer>& out);
+    int openTransfer(const InetAddr& address, const std::string& adapter, int recvBufferBytes,
+                     SafePointer<ITransfer>& out);
     int sendQuery();
-    int receive(ITransfer& transfer, SafePointer<CommandParam>& param);
+    int receive(ITransfer& transfer, int timeoutMs, SafePointer<CommandParam>& param);
     int handleCommand(const SafePointer<CommandParam>& param);
+    // The duplicate rule: a record equal in every field to one held is
+    // dropped; any other is delivered and held beside the earlier ones.
+    void deliver(const DeviceSummaryInfo& summary);
     void closeTransfers(std::map<SocketHandle, SafePointer<ITransfer>>& transfers);
 
     OLMutex m_objLock;
@@ -90,7 +102,7 @@ class DeviceDiscoveryServiceImpl {
     // Tick of the last query (monotonic milliseconds); none yet after start().
     bool m_bSent;
     uint32_t m_nLastSend;
-    std::vector<DeviceSummaryInfo> m_vecSummaries;
+    DeliveredDevices<DeviceSummaryInfo> m_objDelivered;
     CommandBuffer m_objRecvBuffer;
     // Raised by requestStop(): ends the worker's wait and receive at once.
     WakeUp m_objWakeUp;

@@ -14,6 +14,10 @@ void DeviceMulticastRecv::setSuppressDuplicates(bool on) {
     m_pImpl->setSuppressDuplicates(on);
 }
 
+void DeviceMulticastRecv::setRememberedLimit(size_t devices) {
+    m_pImpl->setRememberedLimit(devices);
+}
+
 void DeviceMulticastRecv::setListener(IDeviceDiscoveryListener* listener) {
     m_pImpl->setListener(listener);
 }

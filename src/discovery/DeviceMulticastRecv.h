@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ class DeviceMulticastRecv {
 
     void setAdapters(const std::vector<std::string>& adapters);
     void setSuppressDuplicates(bool on);
+    void setRememberedLimit(size_t devices);
     void setListener(IDeviceDiscoveryListener* listener);
     int start();
     void stop();

@@ -38,6 +38,10 @@ void DeviceMulticastRecvThread::setSuppressDuplicates(bool on) {
     m_bSuppressDuplicates = on;
 }
 
+void DeviceMulticastRecvThread::setRememberedLimit(size_t devices) {
+    m_objDelivered.setLimit(devices);
+}
+
 void DeviceMulticastRecvThread::setListener(IDeviceDiscoveryListener* listener) {
     OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
     m_pListener = listener;
@@ -68,7 +72,7 @@ int DeviceMulticastRecvThread::start() {
         m_nTransfers = m_mapTransfers.size();
     }
 
-    m_vecSummaries.clear();
+    m_objDelivered.clear();
     m_bStop = false;
     m_objWakeUp.clear();
     if (OLThread::start() < 0) {
@@ -87,14 +91,15 @@ void DeviceMulticastRecvThread::stop() {
     requestStop();
     OLThread::stop();
     closeAllTransfers();
-    m_vecSummaries.clear();
+    m_objDelivered.clear();
 }
 
 int DeviceMulticastRecvThread::openTransfer(const std::string& adapter, SafePointer<ITransfer>& out) {
     try {
         ITransferFactory* factory = TransferFactoryMap::getInstance()->getFactory(kUDPTransferKey);
         if (factory == nullptr) return kDiscoveryNoMemory;
-        const int opened = openGroupTransfer(*factory, m_objGroup, adapter, m_objWakeUp, out);
+        const int opened =
+            openGroupTransfer(*factory, m_objGroup, adapter, m_objWakeUp, kBurstRecvBufferBytes, out);
         if (opened == kTransferBindFailed && m_objGroup.getIPProtoVer() == 1) {
             std::printf("DeviceDiscoveryServiceImpl::openTransfer bind() error iiiiiiiiiiii \n");
         }
@@ -140,24 +145,11 @@ int DeviceMulticastRecvThread::run() {
             auto found = m_mapTransfers.find(handle);
             if (found == m_mapTransfers.end()) continue;
 
-            int result;
-            DeviceAccessParam access;
-            DeviceSummaryInfo summary;
-            HostNetwork network;
-            try {
-                DiscoveryCommandReceiver receiver;
-                result = receiver.receive(found->second, access, summary, network);
-            } catch (const std::exception&) {
-                result = kDiscoveryNoMemory;
-            }
-            if (result == kTransferRecvTimeout) continue;
-            if (result != 0) {
+            if (drain(found->second) != 0) {
                 // A datagram that does not decode ends reception on this adapter.
                 m_objReadSelect.removeSocket(handle);
                 failed.push_back(handle);
-                continue;
             }
-            std::printf("DeviceMulticastRecvThread::run handleCommand, nRet = %d\n", deliver(summary));
         }
         // Closed only after the sweep, so that no handle is reused while the
         // readiness set still names it. When every adapter has failed the map
@@ -174,21 +166,40 @@ int DeviceMulticastRecvThread::run() {
     }
 }
 
-int DeviceMulticastRecvThread::deliver(const DeviceSummaryInfo& summary) {
-    if (m_bSuppressDuplicates) {
-        for (auto it = m_vecSummaries.begin(); it != m_vecSummaries.end(); ++it) {
-            if (it->getDeviceId() != summary.getDeviceId()) continue;
-            // Every field, the device time included: a device that repeats
-            // its announcement with a new time counts as changed.
-            if (*it == summary) return 0;
-            m_vecSummaries.erase(it);
-            break;
+int DeviceMulticastRecvThread::drain(const SafePointer<ITransfer>& transfer) {
+    DiscoveryCommandReceiver receiver;
+    for (int taken = 0; taken < kDrainLimit && !m_bStop; ++taken) {
+        int result;
+        DeviceAccessParam access;
+        DeviceSummaryInfo summary;
+        HostNetwork network;
+        try {
+            result = receiver.receive(transfer, access, summary, network);
+        } catch (const std::exception&) {
+            result = kDiscoveryNoMemory;
         }
+        if (result == kTransferRecvTimeout) return 0;
+        if (result != 0) return result;
+        std::printf("DeviceMulticastRecvThread::run handleCommand, nRet = %d\n", deliver(summary));
+        // The rest of a burst is read without waiting for readiness again.
+        receiver.setTimeout(0);
+    }
+    return 0;
+}
+
+int DeviceMulticastRecvThread::deliver(const DeviceSummaryInfo& summary) {
+    auto slot = m_objDelivered.lookup(summary.getDeviceId());
+    if (m_bSuppressDuplicates) {
+        // Every field, the device time included: a device that repeats its
+        // announcement with a new time counts as changed, and its new record
+        // takes the place of the old.
+        const DeviceSummaryInfo* known = m_objDelivered.at(slot);
+        if (known != nullptr && *known == summary) return 0;
     }
     {
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onDeviceDiscovered(summary);
     }
-    if (m_bSuppressDuplicates) m_vecSummaries.push_back(summary);
+    if (m_bSuppressDuplicates) m_objDelivered.store(slot, summary);
     return 0;
 }

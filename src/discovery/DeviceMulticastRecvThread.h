@@ -8,6 +8,7 @@
 #include "Product/Technic/OLMutex.h"
 #include "Product/Technic/OLThread.h"
 #include "Product/Technic/SafePointer.h"
+#include "discovery/DeliveredDevices.h"
 #include "domain/records/DeviceSummaryInfo.h"
 #include "domain/records/InetAddr.h"
 #include "transport/SocketHandle.h"
@@ -24,6 +25,9 @@ class ITransfer;
 class DeviceMulticastRecvThread : public OLThread {
   public:
     static constexpr int kWaitMs = 2000;
+    // Datagrams read from one transfer in a row while more are queued, before
+    // the other adapters get their turn.
+    static constexpr int kDrainLimit = 64;
 
     DeviceMulticastRecvThread();
     ~DeviceMulticastRecvThread() override;
@@ -31,6 +35,12 @@ class DeviceMulticastRecvThread : public OLThread {
     // Called only while the thread is stopped.
     void setAdapters(const std::vector<std::string>& adapters);
     void setSuppressDuplicates(bool on);
+    // Most records held for the duplicate check (default 65,536, at least 1);
+    // past it the oldest are forgotten, and such a device is delivered again
+    // when it repeats. Records are never dropped for want of room.
+    void setRememberedLimit(size_t devices);
+    // Records held for the duplicate check now.
+    size_t getRememberedCount() const { return m_objDelivered.size(); }
     // Not owned; stored under the listener lock.
     void setListener(IDeviceDiscoveryListener* listener);
 
@@ -55,13 +65,18 @@ class DeviceMulticastRecvThread : public OLThread {
     // Takes a transfer out of the readiness set, leaves the group on it and closes it.
     void closeTransfer(SocketHandle handle, SafePointer<ITransfer>& transfer);
     void closeAllTransfers();
+    // Reads and delivers the datagrams queued on a readable transfer, up to
+    // kDrainLimit: 0, or the failure of the datagram that did not decode.
+    int drain(const SafePointer<ITransfer>& transfer);
+    // The duplicate rule: a record equal to the one held for its device id is
+    // dropped; a changed one replaces it.
     int deliver(const DeviceSummaryInfo& summary);
 
     std::atomic<bool> m_bStop;
     IDeviceDiscoveryListener* m_pListener;
     OLMutex m_objListenerLock;
     bool m_bSuppressDuplicates;
-    std::vector<DeviceSummaryInfo> m_vecSummaries;
+    DeliveredDevices<DeviceSummaryInfo> m_objDelivered;
     std::vector<std::string> m_vecAdapters;
     InetAddr m_objGroup;
     std::map<SocketHandle, SafePointer<ITransfer>> m_mapTransfers;

@@ -26,6 +26,10 @@ void DeviceRangeSearch::setSuppressDuplicates(bool on) {
     m_pImpl->setSuppressDuplicates(on);
 }
 
+void DeviceRangeSearch::setRememberedLimit(size_t devices) {
+    m_pImpl->setRememberedLimit(devices);
+}
+
 void DeviceRangeSearch::setQueryRate(int perSecond) {
     m_pImpl->setQueryRate(perSecond);
 }

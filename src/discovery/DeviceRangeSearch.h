@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
 class DeviceRangeSearchThread;
@@ -20,6 +21,7 @@ class DeviceRangeSearch {
     void setPort(unsigned short port);
     void setPassLimit(int limit);
     void setSuppressDuplicates(bool on);
+    void setRememberedLimit(size_t devices);
     void setQueryRate(int perSecond);
     void setListener(IDeviceSearcherListener* listener);
     void setProgressListener(IRangeSearchProgressListener* listener);

@@ -110,6 +110,10 @@ void DeviceRangeSearchThread::setSuppressDuplicates(bool on) {
     m_bSuppressDuplicates = on;
 }
 
+void DeviceRangeSearchThread::setRememberedLimit(size_t devices) {
+    m_objDelivered.setLimit(devices);
+}
+
 void DeviceRangeSearchThread::setQueryRate(int perSecond) {
     m_nQueryRate = std::min(std::max(perSecond, 0), static_cast<int>(RangeScan::kMaxRate));
 }
@@ -126,7 +130,7 @@ void DeviceRangeSearchThread::setProgressListener(IRangeSearchProgressListener* 
 
 int DeviceRangeSearchThread::start() {
     if (isRunning()) return kAlreadyRunning;
-    m_vecResults.clear();
+    m_objDelivered.clear();
     m_bStop = false;
     m_bSearching = true;
     m_objWakeUp.clear();
@@ -148,7 +152,7 @@ void DeviceRangeSearchThread::stop() {
     OLThread::stop();
     closeTransfers();
     m_vecBatch.clear();
-    m_vecResults.clear();
+    m_objDelivered.clear();
 }
 
 std::vector<uint32_t> DeviceRangeSearchThread::getAddresses() {
@@ -374,19 +378,21 @@ void DeviceRangeSearchThread::deliver(const DeviceSummaryInfo& summary, const st
     record.setVersion(version);
     record.setProductModel(summary.getProductModel());
 
+    deliverRecord(record);
+}
+
+void DeviceRangeSearchThread::deliverRecord(const NetVideoDeviceInfo& record) {
     const bool suppress = m_bSuppressDuplicates;
+    auto slot = m_objDelivered.lookup(record.getDeviceId());
     if (suppress) {
-        for (auto it = m_vecResults.begin(); it != m_vecResults.end(); ++it) {
-            if (it->getDeviceId() != record.getDeviceId()) continue;
-            if (*it == record) return;
-            m_vecResults.erase(it);
-            break;
-        }
+        // A changed record takes the place of the old one of its device id.
+        const NetVideoDeviceInfo* known = m_objDelivered.at(slot);
+        if (known != nullptr && *known == record) return;
     }
     {
         OLMutexGuard guard(m_objListenerLock, __FILE__, __LINE__);
         if (m_pListener != nullptr) m_pListener->onSearchResult(record);
     }
     ++m_nPassFound;
-    if (suppress) m_vecResults.push_back(record);
+    if (suppress) m_objDelivered.store(slot, record);
 }

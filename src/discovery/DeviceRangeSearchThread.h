@@ -11,6 +11,7 @@
 #include "Product/Technic/OLThread.h"
 #include "Product/Technic/SafePointer.h"
 #include "devsearch/NetVideoDeviceInfo.h"
+#include "discovery/DeliveredDevices.h"
 #include "discovery/DiscoveryNames.h"
 #include "transport/WakeUp.h"
 
@@ -61,6 +62,12 @@ class DeviceRangeSearchThread : public OLThread {
     // Passes to make; -1 for no limit.
     void setPassLimit(int limit);
     void setSuppressDuplicates(bool on);
+    // Most records held for the duplicate check (default 65,536, at least 1);
+    // past it the oldest are forgotten, and such a device is delivered again
+    // when it answers again. Called while the thread is stopped.
+    void setRememberedLimit(size_t devices);
+    // Records held for the duplicate check now.
+    size_t getRememberedCount() const { return m_objDelivered.size(); }
     // Queries per second of the fast scan (at most RangeScan::kMaxRate); 0,
     // the default, or less: the paced batches.
     void setQueryRate(int perSecond);
@@ -96,7 +103,11 @@ class DeviceRangeSearchThread : public OLThread {
     void readAnswer(ITransfer& transfer);
     void closeTransfers();
     int parseAnswer(CommandBuffer& datagram, DeviceSummaryInfo& summary);
+    // Makes the record of an answer from `sourceAddress` and passes it on.
     void deliver(const DeviceSummaryInfo& summary, const std::string& sourceAddress);
+    // The duplicate rule, for every pass that finds a device: a record equal
+    // to the one held for its device id is dropped, a changed one replaces it.
+    void deliverRecord(const NetVideoDeviceInfo& record);
     void reportProgress(bool finished);
 
     OLMutex m_objAddressLock;  // addresses, known addresses, first pass
@@ -116,8 +127,8 @@ class DeviceRangeSearchThread : public OLThread {
     std::atomic<int> m_nPassLimit;
     int m_nRepeatInterval;  // seconds; no setter, stays 0
     std::atomic<bool> m_bSuppressDuplicates;
+    DeliveredDevices<NetVideoDeviceInfo> m_objDelivered;
     std::atomic<int> m_nQueryRate{0};
-    std::vector<NetVideoDeviceInfo> m_vecResults;
     std::atomic<bool> m_bSearching{false};
     // Progress of the pass in work; touched by the run only.
     int m_nPassDone = 0;

@@ -1,6 +1,7 @@
 #include "discovery/DiscoveryCommandReceiver.h"
 
 #include "discovery/BroadcastCommand.h"
+#include "discovery/CommandHead.h"
 #include "discovery/DeviceBaseInfoCommand.h"
 #include "discovery/DiscoveryEnvelope.h"
 #include "discovery/MulticastCommand.h"
@@ -13,14 +14,13 @@
 
 DiscoveryCommandReceiver::DiscoveryCommandReceiver() : m_nTimeoutMs(kDefaultTimeoutMs) {}
 
-int DiscoveryCommandReceiver::receive(SafePointer<ITransfer> transfer, DeviceAccessParam& access,
+int DiscoveryCommandReceiver::receive(const SafePointer<ITransfer>& transfer, DeviceAccessParam& access,
                                       DeviceSummaryInfo& summary, HostNetwork& network) {
     if (transfer.isNull()) return -4;
-    CommandBuffer datagram;
     InetAddr from;
-    int result = transfer->recv(&datagram, m_nTimeoutMs, &from);
+    int result = transfer->recv(&m_objDatagram, m_nTimeoutMs, &from);
     if (result != 0) return result;
-    return handle(datagram, access, summary, network);
+    return handle(m_objDatagram, access, summary, network);
 }
 
 int DiscoveryCommandReceiver::handle(CommandBuffer& datagram, DeviceAccessParam& access,
@@ -29,11 +29,11 @@ int DiscoveryCommandReceiver::handle(CommandBuffer& datagram, DeviceAccessParam&
     if (envelope.decode(datagram) != 0) return -231;
     if (!datagram.consume(DiscoveryEnvelope::kSize)) return -233;
 
-    // Any command class reads the head; the identifier picks the body.
-    BroadcastCommand probe;
-    int result = probe.decodeHead(datagram);
+    // The head alone tells the identifier, which picks the body.
+    CommandHead probe;
+    int result = probe.decode(datagram);
     if (result != 0) return result;
-    switch (probe.getCommandId()) {
+    switch (probe.m_nCommandId) {
         case BroadcastCommand::kCommandId:
             return fillFromBroadcast(datagram, access, summary);
         case DeviceBaseInfoCommand::kCommandId:

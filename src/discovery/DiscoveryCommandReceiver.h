@@ -1,15 +1,16 @@
 #pragma once
 
 #include "Product/Technic/SafePointer.h"
+#include "transport/CommandBuffer.h"
 
-class CommandBuffer;
 class DeviceAccessParam;
 class DeviceSummaryInfo;
 class HostNetwork;
 class ITransfer;
 
 // Reads one datagram of the multicast receive port and fills the records of
-// the device it announces. Made afresh for each datagram.
+// the device it announces. One receiver may read several datagrams in turn:
+// it keeps its receive buffer between them.
 class DiscoveryCommandReceiver {
   public:
     static constexpr int kDefaultTimeoutMs = 2000;
@@ -18,7 +19,7 @@ class DiscoveryCommandReceiver {
 
     // 0; -4 for a null transfer; a result of ITransfer::recv (-213 when no
     // datagram came in time); otherwise the result of handle().
-    int receive(SafePointer<ITransfer> transfer, DeviceAccessParam& access, DeviceSummaryInfo& summary,
+    int receive(const SafePointer<ITransfer>& transfer, DeviceAccessParam& access, DeviceSummaryInfo& summary,
                 HostNetwork& network);
 
     // Decodes a received datagram (the buffer's length is the datagram's) and
@@ -30,6 +31,8 @@ class DiscoveryCommandReceiver {
                HostNetwork& network);
 
     int getTimeout() const { return m_nTimeoutMs; }
+    // 0 takes only a datagram that is queued already.
+    void setTimeout(int ms) { m_nTimeoutMs = ms; }
 
   private:
     // One fill step per command identifier: 16, 20, 23.
@@ -39,4 +42,5 @@ class DiscoveryCommandReceiver {
                           HostNetwork& network);
 
     int m_nTimeoutMs;
+    CommandBuffer m_objDatagram;
 };

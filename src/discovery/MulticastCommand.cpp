@@ -1,6 +1,7 @@
 #include "discovery/MulticastCommand.h"
 
 #include <cstring>
+#include <utility>
 
 #include "discovery/XmlBody.h"
 #include "transport/CommandBuffer.h"
@@ -35,41 +36,56 @@ bool DeviceInfoDocument::build() {
     return discovery_xml::printDocument(m_objDocument, element, m_pCurrent, m_strText);
 }
 
-bool DeviceInfoDocument::parse(const std::string& text) {
-    m_strText = text;
+bool DeviceInfoDocument::parse(std::string text) {
+    m_strText = std::move(text);
     m_pCurrent = discovery_xml::parseDocument(m_objDocument, m_strText, kElement);
     if (m_pCurrent == nullptr) return false;
 
-    struct TextField {
+    // The table in wire order: the attributes are read in one walk, each
+    // name sought from the entry behind the last one found, which is the
+    // next one for a sender that writes them in this order.
+    enum Kind { kText, kNumber, kPort };
+    struct Field {
         const char* name;
-        char* field;
+        Kind kind;
+        char* text;
         size_t size;
     };
-    const TextField texts[] = {
-        {"DeviceID", m_szDeviceId, sizeof(m_szDeviceId)},
-        {"ManufacturerName", m_szManufacturerName, sizeof(m_szManufacturerName)},
-        {"ProductModel", m_szProductModel, sizeof(m_szProductModel)},
-        {"MACAddress", m_szMACAddress, sizeof(m_szMACAddress)},
-        {"BarCode", m_szBarCode, sizeof(m_szBarCode)},
-        {"HardwareVer", m_szHardwareVer, sizeof(m_szHardwareVer)},
-        {"SoftwareVer", m_szSoftwareVer, sizeof(m_szSoftwareVer)},
-        {"DeviceIP", m_szDeviceIP, sizeof(m_szDeviceIP)},
-        {"SubnetMask", m_szSubnetMask, sizeof(m_szSubnetMask)},
-        {"Gateway", m_szGateway, sizeof(m_szGateway)},
-        {"PreferredDNSIP", m_szPreferredDNSIP, sizeof(m_szPreferredDNSIP)},
-        {"DeviceTime", m_szDeviceTime, sizeof(m_szDeviceTime)},
+    const Field fields[] = {
+        {"DeviceID", kText, m_szDeviceId, sizeof(m_szDeviceId)},
+        {"DeviceType", kNumber, nullptr, 0},
+        {"ManufacturerName", kText, m_szManufacturerName, sizeof(m_szManufacturerName)},
+        {"ProductModel", kText, m_szProductModel, sizeof(m_szProductModel)},
+        {"MACAddress", kText, m_szMACAddress, sizeof(m_szMACAddress)},
+        {"BarCode", kText, m_szBarCode, sizeof(m_szBarCode)},
+        {"HardwareVer", kText, m_szHardwareVer, sizeof(m_szHardwareVer)},
+        {"SoftwareVer", kText, m_szSoftwareVer, sizeof(m_szSoftwareVer)},
+        {"DeviceIP", kText, m_szDeviceIP, sizeof(m_szDeviceIP)},
+        {"SubnetMask", kText, m_szSubnetMask, sizeof(m_szSubnetMask)},
+        {"Gateway", kText, m_szGateway, sizeof(m_szGateway)},
+        {"PreferredDNSIP", kText, m_szPreferredDNSIP, sizeof(m_szPreferredDNSIP)},
+        {"ControlPort", kPort, nullptr, 0},
+        {"DeviceTime", kText, m_szDeviceTime, sizeof(m_szDeviceTime)},
     };
-    for (const TextField& entry : texts) {
-        const char* value = m_pCurrent->Attribute(entry.name);
-        if (value == nullptr) continue;
-        // An over-long attribute is cut to the field's width.
-        size_t length = strnlen(value, entry.size - 1);
-        std::memset(entry.field, 0, entry.size);
-        std::memcpy(entry.field, value, length);
-    }
-    if (const char* value = m_pCurrent->Attribute("DeviceType")) m_nDeviceType = discovery_xml::toInt(value);
-    if (const char* value = m_pCurrent->Attribute("ControlPort")) {
-        m_nControlPort = static_cast<uint16_t>(discovery_xml::toInt(value));
+    constexpr size_t kFields = sizeof(fields) / sizeof(fields[0]);
+    size_t next = 0;
+    for (const TiXmlAttribute* a = m_pCurrent->FirstAttribute(); a != nullptr; a = a->Next()) {
+        size_t i = next;
+        for (size_t tried = 0; tried < kFields && std::strcmp(fields[i].name, a->Name()) != 0; ++tried) {
+            i = (i + 1) % kFields;
+        }
+        const Field& f = fields[i];
+        // An attribute outside the table is skipped.
+        if (std::strcmp(f.name, a->Name()) != 0) continue;
+        next = (i + 1) % kFields;
+        if (f.kind == kNumber) {
+            m_nDeviceType = discovery_xml::toInt(a->Value());
+        } else if (f.kind == kPort) {
+            m_nControlPort = static_cast<uint16_t>(discovery_xml::toInt(a->Value()));
+        } else {
+            // An over-long attribute is cut to the field's width.
+            discovery_xml::copyCut(f.text, f.size, a->Value());
+        }
     }
     return true;
 }
@@ -95,7 +111,7 @@ int MulticastCommand::decode(CommandBuffer& in) {
     if (result != 0) return result;
 
     DeviceInfoDocument document;
-    if (!document.parse(text)) return -404;
+    if (!document.parse(std::move(text))) return -404;
     m_objFields = document;
     return 0;
 }

@@ -41,7 +41,7 @@ class DeviceInfoDocument : public DeviceInfoFields {
     // Parses `text` (up to its first zero byte) and copies every attribute
     // present into the fields, cut to the field's width. False on a parse
     // error or when no top-level element is named DeviceInfo.
-    bool parse(const std::string& text);
+    bool parse(std::string text);
 
     const std::string& getText() const { return m_strText; }
 

@@ -10,9 +10,7 @@
 
 namespace {
 
-constexpr int kRecvBufferBytes = 1048576;
-
-int bindAndJoin(ITransfer& transfer, const InetAddr& group, const std::string& adapter) {
+int bindAndJoin(ITransfer& transfer, const InetAddr& group, const std::string& adapter, int recvBufferBytes) {
     transfer.setReuseAddr(true);
     InetAddr local;
     local.setPORT(group.getPORT());
@@ -28,21 +26,21 @@ int bindAndJoin(ITransfer& transfer, const InetAddr& group, const std::string& a
     }
     if (transfer.bindAddr(local) != 0) return kTransferBindFailed;
     if (!transfer.joinMulticast(group)) return kTransferReuseFailed;
-    transfer.setRecvBufferSize(kRecvBufferBytes);
+    transfer.setRecvBufferSize(recvBufferBytes);
     return 0;
 }
 
 }  // namespace
 
 int openGroupTransfer(ITransferFactory& factory, const InetAddr& group, const std::string& adapter,
-                      const WakeUp& wakeUp, SafePointer<ITransfer>& out) {
+                      const WakeUp& wakeUp, int recvBufferBytes, SafePointer<ITransfer>& out) {
     std::unique_ptr<ITransfer> created(factory.createTransfer(group.getIPProtoVer()));
     if (!created) return kTransferNoMemory;
     SafePointer<ITransfer> transfer = adoptSafePointer<ITransfer>(std::move(created));
     transfer->setWakeUp(&wakeUp);
     const int opened = transfer->open();
     if (opened != 0) return opened;
-    const int joined = bindAndJoin(*transfer, group, adapter);
+    const int joined = bindAndJoin(*transfer, group, adapter, recvBufferBytes);
     if (joined != 0) {
         transfer->close();
         return joined;

@@ -51,11 +51,14 @@ inline int toInt(const char* text) {
 
 // Copies `text` into a fixed character array, cut to its width so that the
 // terminator always fits.
+inline void copyCut(char* field, size_t size, const char* text) {
+    std::memset(field, 0, size);
+    if (text == nullptr) return;
+    std::memcpy(field, text, strnlen(text, size - 1));
+}
 template <size_t N>
 inline void copyCut(char (&field)[N], const char* text) {
-    std::memset(field, 0, N);
-    if (text == nullptr) return;
-    std::memcpy(field, text, strnlen(text, N - 1));
+    copyCut(field, N, text);
 }
 
 }  // namespace discovery_xml

@@ -11,6 +11,7 @@
 #include "Product/Technic/OLSystem.h"
 #include "Product/Technic/OLTrace.h"
 #include "Product/Technic/SafePointer.h"
+#include "discovery/DeliveredDevices.h"
 #include "discovery/DeviceDiscoveryService.h"
 #include "discovery/DeviceMulticastRecv.h"
 #include "discovery/DeviceRangeSearch.h"
@@ -58,7 +59,8 @@ DeviceSearch::DeviceSearch()
       m_nPort(kRangePort),
       m_bStartSearch(false),
       m_nNetWorkType(0),
-      m_bMulticastConfigured(false) {
+      m_bMulticastConfigured(false),
+      m_nRememberedDeviceLimit(kDefaultRememberedDevices) {
     // Statics that the engines' threads use are made before this object, so
     // that they are destroyed after it: at exit the destructor stops the
     // engines while everything they touch still stands.
@@ -142,6 +144,8 @@ int DeviceSearch::ActiveSearch(bool wholeSubnet) {
     m_pRangeSearch->setPort(m_nPort);
     m_pRangeSearch->setPassLimit(1);
     m_pRangeSearch->setSuppressDuplicates(true);
+    // A run still in its pass keeps the limit it started with.
+    if (!m_pRangeSearch->isRunning()) m_pRangeSearch->setRememberedLimit(m_nRememberedDeviceLimit);
     m_pRangeSearch->setQueryRate(m_nQueryRate);
 
     const int started = m_pRangeSearch->start();
@@ -185,6 +189,7 @@ void DeviceSearch::MuticastSearch() {
         m_pDiscoveryService->setAdapters(selection);
         m_pDiscoveryService->setListener(share->listener);
         m_pDiscoveryService->setSuppressDuplicates(true);
+        m_pDiscoveryService->setRememberedLimit(m_nRememberedDeviceLimit);
         m_pDiscoveryService->setSendInterval(kMulticastSendInterval);
         InetAddr group;
         group.setIP(kSearchGroup);
@@ -195,6 +200,7 @@ void DeviceSearch::MuticastSearch() {
 
         m_pMulticastRecv->setAdapters(selection);
         m_pMulticastRecv->setSuppressDuplicates(true);
+        m_pMulticastRecv->setRememberedLimit(m_nRememberedDeviceLimit);
         m_pMulticastRecv->setListener(m_pIPsearchListener.get());
         m_pMulticastRecv->start();
         m_bMulticastConfigured = true;
@@ -204,10 +210,19 @@ void DeviceSearch::MuticastSearch() {
     // The listener and the other settings stand from the first start.
     m_pDiscoveryService->stop();
     m_pDiscoveryService->setAdapters(selection);
+    m_pDiscoveryService->setRememberedLimit(m_nRememberedDeviceLimit);
     if (m_pDiscoveryService->start() != 0) return;
     m_pMulticastRecv->stop();
     m_pMulticastRecv->setAdapters(selection);
+    m_pMulticastRecv->setRememberedLimit(m_nRememberedDeviceLimit);
     m_pMulticastRecv->start();
+}
+
+unsigned int DeviceSearch::getRememberedDeviceLimit() {
+    return m_nRememberedDeviceLimit;
+}
+void DeviceSearch::setRememberedDeviceLimit(unsigned int devices) {
+    m_nRememberedDeviceLimit = devices == 0 ? 1 : devices;
 }
 
 QString DeviceSearch::getStartIP() {

@@ -97,6 +97,8 @@ bool Socket::close() {
     }
     m_pBinding.reset();
     m_bMulticastIfChosen = false;
+    m_bCountDrops = false;
+    m_nDropped = 0;
     return true;
 }
 
@@ -149,10 +151,17 @@ bool Socket::setRecvBufferSize(int bytes) {
     if (latched()) {
         return false;
     }
-    if (setOption(SOL_SOCKET, SO_RCVBUFFORCE, bytes, false)) {
-        return true;
+    if (!setOption(SOL_SOCKET, SO_RCVBUFFORCE, bytes, false) &&
+        !setOption(SOL_SOCKET, SO_RCVBUF, bytes, true)) {
+        return false;
     }
-    return setOption(SOL_SOCKET, SO_RCVBUF, bytes, true);
+    const int granted = readIntOption(m_hSocket, SOL_SOCKET, SO_RCVBUF, -1);
+    OLTrace(3, __FILE__, "socket=%d receive buffer asked %d bytes, granted %d\n", m_hSocket, bytes, granted);
+    if (isDatagram() && !m_bCountDrops) {
+        m_bCountDrops = setOption(SOL_SOCKET, SO_RXQ_OVFL, 1, false);
+        m_nDropped = 0;
+    }
+    return true;
 }
 
 bool Socket::getRecvBufferSize(int* out) {

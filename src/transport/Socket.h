@@ -64,7 +64,10 @@ class Socket : public ISocket {
     int sendAll(const void* buf, unsigned len) override;
     int recvAll(void* buf, unsigned len) override;
     // Asks for `bytes` of receive buffer beyond the system's limit where the
-    // process may (SO_RCVBUFFORCE), else within it (SO_RCVBUF).
+    // process may (SO_RCVBUFFORCE), else within it (SO_RCVBUF), and traces
+    // what the kernel granted (level 3). A datagram socket then also counts
+    // the datagrams the kernel dropped for want of room: each read that learns
+    // of new drops traces their number (level 2).
     bool setRecvBufferSize(int bytes) override;
     // The kernel's figure, which counts its bookkeeping (about twice the request).
     bool getRecvBufferSize(int* out) override;
@@ -89,6 +92,10 @@ class Socket : public ISocket {
     void setWakeUp(const WakeUp* wakeUp) override { m_pWakeUp = wakeUp; }
     bool leaveMulticast(const InetAddr& group) override;
 
+    // Datagrams the kernel dropped on this socket since setRecvBufferSize(),
+    // as far as the reads so far have learnt.
+    unsigned getDroppedCount() const { return m_nDropped; }
+
     // The latched error of a stream socket, 0 when there is none.
     int getLastError() const { return m_nLastError; }
     // The send buffer size read back on a stream socket; -1 on datagram sockets.
@@ -112,6 +119,8 @@ class Socket : public ISocket {
     bool setOption(int level, int name, int value, bool report);
     // Reads an int option into *out; false (reported) when getsockopt fails.
     bool readOption(int level, int name, int* out);
+    // Takes the kernel's drop counter from the control data of a read.
+    void noteDrops(msghdr& received);
 
     static constexpr int kDropped = -100;
     static constexpr int kWouldBlock = -101;
@@ -127,5 +136,7 @@ class Socket : public ISocket {
 
     std::unique_ptr<AdapterBinding> m_pBinding;  // set by joinMulticast() on an adapter's address
     bool m_bMulticastIfChosen = false;
+    bool m_bCountDrops = false;  // SO_RXQ_OVFL is on
+    unsigned m_nDropped = 0;
     const WakeUp* m_pWakeUp = nullptr;  // not owned
 };

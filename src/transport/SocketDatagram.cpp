@@ -1,8 +1,10 @@
 #include <netinet/in.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
+#include "Product/Technic/OLTrace.h"
 #include "transport/AddressLookup.h"
 #include "transport/Socket.h"
 #include "transport/SocketTime.h"
@@ -142,6 +144,22 @@ int Socket::recvFrom(void* buf, unsigned len, char* host, unsigned short* port) 
     }
 }
 
+void Socket::noteDrops(msghdr& received) {
+    for (cmsghdr* c = CMSG_FIRSTHDR(&received); c != nullptr; c = CMSG_NXTHDR(&received, c)) {
+        if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SO_RXQ_OVFL) continue;
+        uint32_t total = 0;
+        std::memcpy(&total, CMSG_DATA(c), sizeof(total));
+        // The kernel's counter only grows (and wraps); it rides on every read
+        // once a drop has happened.
+        if (total != m_nDropped) {
+            OLTrace(2, __FILE__, "socket=%d receive buffer full: %u datagrams dropped, %u in all\n",
+                    m_hSocket, static_cast<unsigned>(total - m_nDropped), static_cast<unsigned>(total));
+            m_nDropped = total;
+        }
+        return;
+    }
+}
+
 int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port) {
     sockaddr_storage source{};
     iovec iov{buf, len};
@@ -151,7 +169,7 @@ int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port
     msg.msg_iov = &iov;
     msg.msg_iovlen = 1;
     alignas(cmsghdr) unsigned char control[256];
-    if (m_pBinding) {
+    if (m_pBinding || m_bCountDrops) {
         msg.msg_control = control;
         msg.msg_controllen = sizeof(control);
     }
@@ -172,6 +190,9 @@ int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port
         errno = EMSGSIZE;
         reportError("recvfrom");
         return -1;
+    }
+    if (m_bCountDrops) {
+        noteDrops(msg);
     }
     if (m_pBinding && !m_pBinding->accepts(msg)) {
         return kDropped;

@@ -184,6 +184,9 @@ TEST(MulticastCommand, DecodeIsLenientAboutAttributes) {
         {"<DeviceInfo DeviceType=\"99999999999999999999\"/>", true, "", 2147483647, 0},
         {"<?xml version=\"1.0\"?><DeviceInfo DeviceID=\"d\"/>", true, "d", 0, 0},
         {std::string("<DeviceInfo DeviceID=\"z\"/>\0garbage<<<", 36), true, "z", 0, 0},
+        // Any order, and attributes of no field in between.
+        {"<DeviceInfo ControlPort=\"7\" Extra=\"1\" DeviceType=\"3\" DeviceID=\"r\" Other=\"\"/>", true, "r",
+         3, 7},
     };
     for (const auto& c : cases) {
         MulticastCommand cmd;

@@ -85,6 +85,21 @@ TEST_F(RecvThread, DeliversEachRecordOnceUntilItChangesReplacingTheOldEntry) {
     EXPECT_TRUE(listener.waitFor(7));
 }
 
+// Past the limit the oldest record is forgotten: every distinct device is
+// still delivered and the count held stays at the limit; a forgotten device
+// that repeats is delivered again, a remembered one is not.
+TEST_F(RecvThread, PastTheLimitEveryDeviceIsDeliveredAndTheOldestForgotten) {
+    receiver.setRememberedLimit(3);
+    ASSERT_EQ(0, receiver.start());
+    for (int i : {0, 1, 2, 3, 4, 5, 6, 7, 7, 0}) announce(kLanA, announcement(i, 23));
+    ASSERT_TRUE(listener.waitFor(9));
+    std::this_thread::sleep_for(100ms);
+    EXPECT_EQ((std::vector<std::string>{"SIM000001", "SIM000002", "SIM000003", "SIM000004", "SIM000005",
+                                        "SIM000006", "SIM000007", "SIM000008", "SIM000001"}),
+              ids());
+    EXPECT_EQ(3u, receiver.getRememberedCount());
+}
+
 // Every code the receiver gives for a bad datagram is tested with the
 // receiver; here, what any of them does to the thread.
 TEST_F(RecvThread, AnnouncementThatDoesNotDecodeClosesOnlyThatAdapter) {

@@ -106,6 +106,22 @@ TEST_F(Service, DeliversEachRecordOnceUntilItChangesKeepingTheOldEntry) {
     EXPECT_TRUE(listener->waitFor(7));
 }
 
+// Changed records count towards the limit too; the oldest goes first.
+TEST_F(Service, PastTheLimitTheOldestRecordIsForgotten) {
+    service.setRememberedLimit(2);
+    ASSERT_EQ(0, service.start());
+    const DeviceSummaryInfo s = deviceSummary(1);
+    answer(kLanA, s);
+    answer(kLanA, deviceSummary(1, "192.0.2.100", "2024-01-01 00:00:01"));
+    answer(kLanA, deviceSummary(2));  // s is forgotten
+    answer(kLanA, s);
+    ASSERT_TRUE(listener->waitFor(4));
+    barrier(kLanA, 9);
+    EXPECT_EQ((std::vector<std::string>{"SIM000002", "SIM000002", "SIM000003", "SIM000002", "SIM000010"}),
+              ids());
+    EXPECT_EQ(2u, service.getRememberedCount());
+}
+
 TEST_F(Service, AdapterThatCannotOpenIsSkipped) {
     const struct {
         const char* name;

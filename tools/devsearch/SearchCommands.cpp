@@ -15,7 +15,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <set>
+#include <functional>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -120,13 +122,20 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
 
 // Collects the records of one listener on the main thread and prints the
 // first record of each device.
+//
+// A device is remembered by a 64-bit hash of its id and address, some 40
+// bytes each, so that a search that hears a million devices stays small; two
+// devices of one search share a hash with a chance of about n * n / 2^65.
 class Collector {
   public:
     Collector(FILE* out, bool json) : m_objPrinter(out, json) {}
     void begin() { m_objPrinter.begin(); }
     void add(const NetVideoDeviceInfo& record, double at) {
         ++m_nRecords;
-        if (!m_setSeen.insert(std::make_pair(record.getDeviceId(), record.getDeviceIP())).second) return;
+        std::string key = record.getDeviceId();
+        key += '\0';
+        key += record.getDeviceIP();
+        if (!m_setSeen.insert(std::hash<std::string>()(key)).second) return;
         m_dLastAt = at;
         m_objPrinter.print(record);
     }
@@ -136,7 +145,7 @@ class Collector {
 
   private:
     DevicePrinter m_objPrinter;
-    std::set<std::pair<std::string, std::string>> m_setSeen;
+    std::unordered_set<uint64_t> m_setSeen;
     size_t m_nRecords = 0;
     double m_dLastAt = 0;
 };

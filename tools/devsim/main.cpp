@@ -26,6 +26,7 @@
 #include <fstream>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "devsearch/LibraryVersion.h"
@@ -76,6 +77,10 @@ const char* const kUsage =
     "  --malformed-query ADDR   the device on ADDR answers the multicast query with garbage\n"
     "  --push-to ADDR           also send the query answer unasked to ADDR port 31002 at\n"
     "                           every announcement (a device that answers late)\n"
+    "  --flood N                instead of serving, send N announcements of distinct\n"
+    "                           devices (form 23, indexes from --first-index) from the\n"
+    "                           first address, then exit\n"
+    "  --rate R                 announcements per second of --flood (default 8000)\n"
     "  --seconds N              exit after N seconds (default: run until a signal)\n"
     "  --ready-file PATH        write PATH once every socket is open\n"
     "  --verbose                log every query on standard error\n"
@@ -101,7 +106,7 @@ struct Options {
     std::vector<uint32_t> pushTo;
     std::string form = "mixed", model, idPrefix = "SIM", manufacturer = "Simulated", deviceTime, readyFile;
     long announceMs = 2000, rangePort = kRangePort, controlPort = kRangePort, httpPort = 80, seconds = -1,
-         firstIndex = 0;
+         firstIndex = 0, flood = 0, rate = 8000;
     bool answerQuery = true, answerRange = true, announce = true, verbose = false;
 };
 
@@ -288,6 +293,10 @@ int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
         } else if (a == "--first-index") {
             if (!value(v) || !parseNumber(v, 0, 1000000, o.firstIndex))
                 return usageError("bad --first-index");
+        } else if (a == "--flood" || a == "--rate") {
+            if (!value(v) || !parseNumber(v, 1, a == "--flood" ? 10000000 : 1000000, n))
+                return usageError("bad " + a);
+            (a == "--flood" ? o.flood : o.rate) = n;
         } else if (a == "--seconds") {
             if (!value(v) || !parseNumber(v, 0, 86400, o.seconds)) return usageError("bad --seconds");
         } else if (a == "--malformed-range" || a == "--malformed-query" || a == "--push-to") {
@@ -309,6 +318,8 @@ int parseOptions(const std::vector<std::string>& args, Options& o, bool& done) {
         }
     }
     if (o.addresses.empty()) return usageError("no device address given");
+    if (o.flood > 0 && o.firstIndex + o.flood > 1000000)
+        return usageError("--first-index plus --flood may not pass 1000000 (ids have 6 digits)");
     return kExitOk;
 }
 
@@ -453,6 +464,47 @@ void answer(const Options& o, const std::vector<Device>& devices, const Device* 
     sendTo(device->fd, reply, from);
 }
 
+// Sends --flood announcements of distinct devices from the first device's
+// socket at --rate per second; the number sent. The first ones are built
+// before the clock starts, so that building does not limit the rate.
+long flood(const Options& o, const Device& from) {
+    constexpr long kPrebuilt = 131072;
+    in_addr group{};
+    inet_pton(AF_INET, kSearchGroup, &group);
+    const sockaddr_in to = socketAddress(ntohl(group.s_addr), kAnnouncePort);
+    SimDeviceConfig config = from.config;
+    config.form = 23;
+    auto build = [&](long i, Bytes& out) {
+        config.index = static_cast<int>(o.firstIndex + i);
+        return buildAnnouncement(config, makeSummary(config), out);
+    };
+    std::vector<Bytes> prebuilt(static_cast<size_t>(std::min(o.flood, kPrebuilt)));
+    for (size_t i = 0; i < prebuilt.size(); ++i) {
+        if (!build(static_cast<long>(i), prebuilt[i])) return 0;
+    }
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point started = Clock::now();
+    Bytes built;
+    long sent = 0;
+    while (sent < o.flood && !g_bStop) {
+        const double elapsed = std::chrono::duration<double>(Clock::now() - started).count();
+        const long due = std::min<long>(o.flood, static_cast<long>(elapsed * o.rate) + 1);
+        for (; sent < due; ++sent) {
+            if (sent >= kPrebuilt && !build(sent, built)) return sent;
+            const Bytes& datagram = sent < kPrebuilt ? prebuilt[static_cast<size_t>(sent)] : built;
+            // A full send buffer waits rather than losing the datagram here.
+            while (sendto(from.fd, datagram.data(), datagram.size(), 0,
+                          reinterpret_cast<const sockaddr*>(&to), sizeof(to)) < 0 &&
+                   errno == EAGAIN && !g_bStop) {
+                pollfd writable{from.fd, POLLOUT, 0};
+                poll(&writable, 1, 10);
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+    return sent;
+}
+
 // Announces and answers until a signal or the --seconds limit.
 void serve(const Options& o, const std::vector<Device>& devices, int queryFd) {
     std::vector<pollfd> fds;
@@ -526,7 +578,14 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "devsim: %zu devices on %s .. %s\n", devices.size(),
                      devices.front().config.address.c_str(), devices.back().config.address.c_str());
         if (!o.readyFile.empty()) std::ofstream(o.readyFile) << devices.size() << "\n";
-        serve(o, devices, queryFd);
+        if (o.flood > 0) {
+            const auto started = std::chrono::steady_clock::now();
+            const long sent = flood(o, devices.front());
+            std::fprintf(stderr, "devsim: flood of %ld announcements in %.3f s\n", sent,
+                         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
+        } else {
+            serve(o, devices, queryFd);
+        }
     }
     for (const Device& d : devices) {
         if (d.fd >= 0) close(d.fd);
