@@ -1,5 +1,7 @@
 #include "discovery/AddressText.h"
 
+#include <arpa/inet.h>
+
 namespace {
 
 bool isBlank(char c) {
@@ -36,4 +38,11 @@ bool readDottedIPv4(const char* text, uint32_t& out) {
     if (i >= kMaxDottedIPv4Text || text[i] != '\0') return false;
     out = address;
     return true;
+}
+
+std::string dottedIPv4(uint32_t host) {
+    in_addr address{htonl(host)};
+    char text[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &address, text, sizeof(text));
+    return text;
 }

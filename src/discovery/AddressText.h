@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 // Reads the dotted text of an IPv4 address as people write it: four decimal
 // numbers of one to three digits, each at most 255, separated by single dots.
@@ -12,3 +13,6 @@
 bool readDottedIPv4(const char* text, uint32_t& out);
 
 constexpr int kMaxDottedIPv4Text = 256;
+
+// The dotted text of an IPv4 address given in host byte order.
+std::string dottedIPv4(uint32_t host);

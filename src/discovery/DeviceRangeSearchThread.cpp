@@ -258,10 +258,7 @@ void DeviceRangeSearchThread::sendPhase(bool firstPass) {
             transfer->getSocket()->setNonBlocking(true);
             // Beyond the system's limit where the process may.
             transfer->setRecvBufferSize(kSocketRecvBufferBytes);
-            in_addr target{htonl(address)};
-            char text[INET_ADDRSTRLEN] = {};
-            inet_ntop(AF_INET, &target, text, sizeof(text));
-            to.setIP(text);
+            to.setIP(dottedIPv4(address));
             // An address that cannot be reached simply gives no answer.
             transfer->send(&query, to, kSendTimeoutMs);
             m_vecTransfers.push_back(adoptSafePointer<ITransfer>(std::move(transfer)));

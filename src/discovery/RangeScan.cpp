@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "Product/Technic/OLTrace.h"
+#include "discovery/AddressText.h"
 #include "domain/records/InetAddr.h"
 #include "transport/CommandBuffer.h"
 #include "transport/ITransfer.h"
@@ -40,13 +41,6 @@ bool lasting(int error) {
         default:
             return false;
     }
-}
-
-std::string dotted(uint32_t host) {
-    in_addr a{htonl(host)};
-    char text[INET_ADDRSTRLEN] = {};
-    inet_ntop(AF_INET, &a, text, sizeof(text));
-    return text;
 }
 
 }  // namespace
@@ -120,7 +114,7 @@ void RangeScan::sendDue(ITransfer& transfer, CommandBuffer& query, int64_t now) 
 
 bool RangeScan::sendOne(ITransfer& transfer, CommandBuffer& query, int64_t now) {
     const size_t index = m_nNext;
-    const std::string text = dotted(m_vecAddresses[index]);
+    const std::string text = dottedIPv4(m_vecAddresses[index]);
     InetAddr to;
     to.setIP(text);
     to.setPORT(m_nPort);
