@@ -110,7 +110,8 @@ class Socket : public ISocket {
     int waitFor(short events, int timeoutMs);
     // recvFrom without the latch check: the count, -1, kDropped for a datagram
     // that the adapter filter discards, kWouldBlock when nothing was queued.
-    int receiveOne(void* buf, unsigned len, char* host, unsigned short* port);
+    // `flags` adds to recvmsg's own (MSG_DONTWAIT for a read without a wait).
+    int receiveOne(void* buf, unsigned len, char* host, unsigned short* port, int flags = 0);
     int sendOne(const void* buf, unsigned len, const sockaddr* to, socklen_t toLen);
     // Ties a datagram socket bound to a unicast address to that address's
     // adapter; true when there is nothing to tie.

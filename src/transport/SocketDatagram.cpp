@@ -83,20 +83,26 @@ int Socket::sendDatagram(const void* buf, unsigned len, InetAddr to) {
 
 int Socket::recvFromTimed(void* buf, unsigned len, InetAddr* from, int timeoutMs) {
     const long long start = monotonicMs();
-    bool draining = false;
+    // A datagram socket given no time is read at once, without asking for
+    // readiness first: a burst costs one call per datagram, not two.
+    bool draining = timeoutMs == 0 && isDatagram() && m_hSocket != kInvalidSocket;
+    bool wait = !draining;
     for (;;) {
         // After a datagram the adapter filter dropped, only what is already
         // queued is read: a stray datagram never costs a wait.
-        const int w = waitReadable(draining ? 0 : remainingMs(timeoutMs, start));
-        if (w != 0) {
-            return w;
+        if (wait) {
+            const int w = waitReadable(draining ? 0 : remainingMs(timeoutMs, start));
+            if (w != 0) {
+                return w;
+            }
         }
         if (latched()) {
             return -1;
         }
         char host[49] = {};
         unsigned short port = 0;
-        const int n = receiveOne(buf, len, host, &port);
+        const int n = receiveOne(buf, len, host, &port, wait ? 0 : MSG_DONTWAIT);
+        wait = true;
         if (n == kDropped) {
             draining = true;
             continue;
@@ -160,7 +166,7 @@ void Socket::noteDrops(msghdr& received) {
     }
 }
 
-int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port) {
+int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port, int flags) {
     sockaddr_storage source{};
     iovec iov{buf, len};
     msghdr msg{};
@@ -175,7 +181,7 @@ int Socket::receiveOne(void* buf, unsigned len, char* host, unsigned short* port
     }
     // MSG_TRUNC makes a datagram report its full length, so that one longer
     // than the buffer is seen as a failure and not as a short read.
-    const ssize_t got = ::recvmsg(m_hSocket, &msg, isDatagram() ? MSG_TRUNC : 0);
+    const ssize_t got = ::recvmsg(m_hSocket, &msg, flags | (isDatagram() ? MSG_TRUNC : 0));
     if (got < 0) {
         if (isDatagram() && (errno == EAGAIN || errno == EWOULDBLOCK)) {
             return kWouldBlock;

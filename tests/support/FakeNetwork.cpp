@@ -128,12 +128,13 @@ class FakeTransfer : public ITransfer {
     int recv(CommandBuffer* buffer, int timeoutMs, InetAddr* from) override {
         if (m_pSocket == nullptr) return kTransferNotOpen;
         if (buffer == nullptr || !buffer->alloc(UDPTransfer::kMaxDatagram)) return kTransferNoMemory;
+        // As the real socket: no time given, no wait for readiness.
         pollfd p[2] = {{m_pSocket->getHandle(), POLLIN, 0},
                        {m_pWakeUp != nullptr ? m_pWakeUp->handle() : -1, POLLIN, 0}};
         char token;
-        if (::poll(p, 2, timeoutMs) <= 0 || p[0].revents == 0 || ::read(p[0].fd, &token, 1) != 1) {
+        if (timeoutMs != 0 && (::poll(p, 2, timeoutMs) <= 0 || p[0].revents == 0))
             return kTransferRecvTimeout;
-        }
+        if (::recv(p[0].fd, &token, 1, MSG_DONTWAIT) != 1) return kTransferRecvTimeout;
         FakeDatagram d;
         {
             Guard guard(m_network.m_lock);

@@ -95,6 +95,8 @@ TEST(Socket, TimeOutsPollBlockAndLeaveTheSourceAlone) {
     late.join();
     EXPECT_EQ(0, tx->waitWritable(0));
     ASSERT_EQ(1, rx->recvFromTimed(buf, sizeof(buf), &from, 0));
+    // No time given, nothing queued: a time-out at once, though the socket blocks.
+    EXPECT_EQ(-2, rx->recvFromTimed(buf, sizeof(buf), &from, 0));
 
     // A raised wake-up ends even an unlimited wait, as a time-out; a closed
     // socket fails at once.
