@@ -64,7 +64,15 @@ class DeliveredDevices {
             return;
         }
         const Held held = slot->second;
-        retake(m_mapById.extract(slot), held, record);
+        if (slot->first != std::string_view(record.getDeviceId())) {
+            retake(m_mapById.extract(slot), held, record);
+            return;
+        }
+        // An equal id is assigned into the same buffer, which the key still
+        // views: the entry stays where it is.
+        *held = record;
+        m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
+        if (slot->first.data() != held->getDeviceId().data()) rekey(m_mapById.extract(slot), held);
     }
 
     // Whether a record equal to `record` in every field is held.
@@ -97,6 +105,10 @@ class DeliveredDevices {
     void retake(typename Index::node_type entry, Held held, const Record& record) {
         *held = record;
         m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
+        rekey(std::move(entry), held);
+    }
+
+    void rekey(typename Index::node_type entry, Held held) {
         entry.key() = std::string_view(held->getDeviceId());
         m_mapById.insert(std::move(entry));
     }
