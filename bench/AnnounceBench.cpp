@@ -12,8 +12,9 @@
 // The lines at the end give the ratios: cost at 100,000 known against 1,000,
 // and each against the bare parse. The receiver prints a line per record on
 // standard output, which goes to /dev/null; the results go to standard error.
-// On a shared machine run it with --benchmark_repetitions=5: the ratios then
-// come from the medians.
+// On a shared machine run it with --benchmark_repetitions=5 and
+// --benchmark_enable_random_interleaving=true: the ratios then come from the
+// medians of runs spread over the same stretch of time.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <time.h>
