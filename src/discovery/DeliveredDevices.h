@@ -1,12 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <iterator>
 #include <list>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 // Records an engine holds for its duplicate check unless told otherwise.
 constexpr size_t kDefaultRememberedDevices = 65536;
@@ -18,11 +20,22 @@ constexpr size_t kDefaultRememberedDevices = 65536;
 // so that a flood of made-up devices cannot grow the process without bound.
 // A forgotten device is new again, and is delivered again when it repeats.
 //
-// `Record` has getDeviceId() (a const std::string&) and full equality. The
-// index keys on views of the ids of the records it holds, which never move.
+// `Record` has getDeviceId() (a const std::string&) and full equality.
+//
+// The index is one flat table (open addressing, linear probing) of the ids'
+// hashes and the records' places: a look-up reads one entry and the record it
+// names. With many devices known a chained hash map costs two more reads far
+// apart in memory per look-up, which dominated the cost of a delivery.
 template <class Record>
 class DeliveredDevices {
+    using Held = typename std::list<Record>::iterator;
+
   public:
+    // Where the record of a device id is held, for an engine that holds one
+    // per id; it stays valid until the index next changes.
+    using Slot = size_t;
+    static constexpr Slot kNoSlot = static_cast<Slot>(-1);
+
     explicit DeliveredDevices(size_t limit = kDefaultRememberedDevices) : m_nLimit(limit == 0 ? 1 : limit) {}
     DeliveredDevices(const DeliveredDevices&) = delete;
     DeliveredDevices& operator=(const DeliveredDevices&) = delete;
@@ -38,48 +51,45 @@ class DeliveredDevices {
     size_t size() const { return m_nHeld.load(std::memory_order_relaxed); }
 
     void clear() {
-        m_mapById.clear();
+        m_vecTable.clear();
         m_lstRecords.clear();
         m_nHeld = 0;
     }
 
-  private:
-    using Held = typename std::list<Record>::iterator;
-    using Index = std::unordered_multimap<std::string_view, Held>;
-
-  public:
-    // Where the record of a device id is held, for an engine that holds one
-    // per id; it stays valid until the index next changes.
-    using Slot = typename Index::iterator;
-
-    Slot lookup(const std::string& id) { return m_mapById.find(std::string_view(id)); }
+    Slot lookup(const std::string& id) const {
+        const size_t hash = hashOf(id);
+        for (size_t i = home(hash); !m_vecTable.empty() && m_vecTable[i].used; i = next(i)) {
+            if (names(m_vecTable[i], hash, id)) return i;
+        }
+        return kNoSlot;
+    }
     // The record held at `slot`, or null when lookup() found none.
-    const Record* at(Slot slot) const { return slot == m_mapById.end() ? nullptr : &*slot->second; }
+    const Record* at(Slot slot) const { return slot == kNoSlot ? nullptr : &*m_vecTable[slot].held; }
 
     // Holds `record` as the newest in place of the one at `slot`, or beside
     // the others when lookup() found none.
     void store(Slot slot, const Record& record) {
-        if (slot == m_mapById.end()) {
+        if (slot == kNoSlot) {
             remember(record);
             return;
         }
-        const Held held = slot->second;
-        if (slot->first != std::string_view(record.getDeviceId())) {
-            retake(m_mapById.extract(slot), held, record);
+        const Held held = m_vecTable[slot].held;
+        if (held->getDeviceId() == record.getDeviceId()) {
+            // Same id, same entry: the record is overwritten where it is.
+            *held = record;
+            m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
             return;
         }
-        // An equal id is assigned into the same buffer, which the key still
-        // views: the entry stays where it is.
-        *held = record;
-        m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
-        if (slot->first.data() != held->getDeviceId().data()) rekey(m_mapById.extract(slot), held);
+        erase(slot);
+        retake(held, record);
     }
 
     // Whether a record equal to `record` in every field is held.
     bool holdsEqual(const Record& record) const {
-        auto range = m_mapById.equal_range(std::string_view(record.getDeviceId()));
-        for (auto it = range.first; it != range.second; ++it) {
-            if (*it->second == record) return true;
+        const std::string& id = record.getDeviceId();
+        const size_t hash = hashOf(id);
+        for (size_t i = home(hash); !m_vecTable.empty() && m_vecTable[i].used; i = next(i)) {
+            if (names(m_vecTable[i], hash, id) && *m_vecTable[i].held == record) return true;
         }
         return false;
     }
@@ -89,48 +99,89 @@ class DeliveredDevices {
     void remember(const Record& record) {
         if (m_lstRecords.size() < m_nLimit) {
             m_lstRecords.push_back(record);
-            const Held held = std::prev(m_lstRecords.end());
-            m_mapById.emplace(std::string_view(held->getDeviceId()), held);
+            insert(std::prev(m_lstRecords.end()));
             m_nHeld = m_lstRecords.size();
             return;
         }
         const Held oldest = m_lstRecords.begin();
-        retake(m_mapById.extract(entryOf(oldest)), oldest, record);
+        erase(entryOf(oldest));
+        retake(oldest, record);
     }
 
   private:
-    // Reuses a held record and its index entry, taken out of the index, for
-    // `record`: assignment keeps the record's string buffers, so a full index
-    // takes new records without allocating.
-    void retake(typename Index::node_type entry, Held held, const Record& record) {
+    struct Entry {
+        size_t hash = 0;
+        Held held{};
+        bool used = false;
+    };
+
+    static size_t hashOf(const std::string& id) { return std::hash<std::string_view>()(id); }
+    size_t home(size_t hash) const { return hash & (m_vecTable.size() - 1); }
+    size_t next(size_t i) const { return (i + 1) & (m_vecTable.size() - 1); }
+    static bool names(const Entry& e, size_t hash, const std::string& id) {
+        return e.hash == hash && e.held->getDeviceId() == id;
+    }
+
+    // Reuses a held record, whose entry is gone, for `record`: assignment
+    // keeps the record's string buffers, so a full index takes new records
+    // without allocating.
+    void retake(Held held, const Record& record) {
         *held = record;
         m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
-        rekey(std::move(entry), held);
+        insert(held);
     }
 
-    void rekey(typename Index::node_type entry, Held held) {
-        entry.key() = std::string_view(held->getDeviceId());
-        m_mapById.insert(std::move(entry));
+    // The table is at most half full: probes stay short.
+    void insert(Held held) {
+        if (2 * (m_lstRecords.size() + 1) > m_vecTable.size()) grow();
+        place(Entry{hashOf(held->getDeviceId()), held, true});
     }
 
-    Slot entryOf(Held held) {
-        auto range = m_mapById.equal_range(std::string_view(held->getDeviceId()));
-        for (auto it = range.first; it != range.second; ++it) {
-            if (it->second == held) return it;
+    void place(const Entry& entry) {
+        size_t i = home(entry.hash);
+        while (m_vecTable[i].used) i = next(i);
+        m_vecTable[i] = entry;
+    }
+
+    void grow() {
+        std::vector<Entry> old(std::max<size_t>(16, 2 * m_vecTable.size()));
+        old.swap(m_vecTable);
+        for (const Entry& e : old) {
+            if (e.used) place(e);
         }
-        return m_mapById.end();
+    }
+
+    // Empties entry `i` and moves later entries of its run back, so that
+    // every entry stays reachable from its home without markers.
+    void erase(size_t i) {
+        for (size_t j = next(i); m_vecTable[j].used; j = next(j)) {
+            const size_t h = home(m_vecTable[j].hash);
+            // An entry whose home lies cyclically in (i, j] stays put.
+            const bool stays = i <= j ? (i < h && h <= j) : (i < h || h <= j);
+            if (stays) continue;
+            m_vecTable[i] = m_vecTable[j];
+            i = j;
+        }
+        m_vecTable[i] = Entry{};
+    }
+
+    size_t entryOf(Held held) const {
+        const size_t hash = hashOf(held->getDeviceId());
+        size_t i = home(hash);
+        while (!m_vecTable[i].used || m_vecTable[i].held != held) i = next(i);
+        return i;
     }
 
     void forgetOldest() {
         const Held oldest = m_lstRecords.begin();
-        // The key views the record's id: the entry goes before the record.
-        m_mapById.erase(entryOf(oldest));
+        erase(entryOf(oldest));
         m_lstRecords.erase(oldest);
     }
 
     size_t m_nLimit;
     // Oldest first.
     std::list<Record> m_lstRecords;
-    Index m_mapById;
+    // Empty, or a power of two entries.
+    std::vector<Entry> m_vecTable;
     std::atomic<size_t> m_nHeld{0};
 };
