@@ -57,41 +57,25 @@ class DeliveredDevices {
     }
 
     Slot lookup(const std::string& id) const {
-        const size_t hash = hashOf(id);
-        for (size_t i = home(hash); !m_vecTable.empty() && m_vecTable[i].used; i = next(i)) {
-            if (names(m_vecTable[i], hash, id)) return i;
-        }
-        return kNoSlot;
+        return find(id, [](const Record&) { return true; });
     }
     // The record held at `slot`, or null when lookup() found none.
     const Record* at(Slot slot) const { return slot == kNoSlot ? nullptr : &*m_vecTable[slot].held; }
 
-    // Holds `record` as the newest in place of the one at `slot`, or beside
-    // the others when lookup() found none.
+    // Holds `record`, whose id is the one lookup() was given, as the newest:
+    // written over the one at `slot` (its entry stays), or beside the others
+    // when lookup() found none.
     void store(Slot slot, const Record& record) {
         if (slot == kNoSlot) {
             remember(record);
             return;
         }
-        const Held held = m_vecTable[slot].held;
-        if (held->getDeviceId() == record.getDeviceId()) {
-            // Same id, same entry: the record is overwritten where it is.
-            *held = record;
-            m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
-            return;
-        }
-        erase(slot);
-        retake(held, record);
+        makeNewest(m_vecTable[slot].held, record);
     }
 
     // Whether a record equal to `record` in every field is held.
     bool holdsEqual(const Record& record) const {
-        const std::string& id = record.getDeviceId();
-        const size_t hash = hashOf(id);
-        for (size_t i = home(hash); !m_vecTable.empty() && m_vecTable[i].used; i = next(i)) {
-            if (names(m_vecTable[i], hash, id) && *m_vecTable[i].held == record) return true;
-        }
-        return false;
+        return find(record.getDeviceId(), [&](const Record& held) { return held == record; }) != kNoSlot;
     }
 
     // Holds `record` as the newest, beside any earlier one of its id; at the
@@ -105,7 +89,8 @@ class DeliveredDevices {
         }
         const Held oldest = m_lstRecords.begin();
         erase(entryOf(oldest));
-        retake(oldest, record);
+        makeNewest(oldest, record);
+        insert(oldest);
     }
 
   private:
@@ -118,22 +103,30 @@ class DeliveredDevices {
     static size_t hashOf(const std::string& id) { return std::hash<std::string_view>()(id); }
     size_t home(size_t hash) const { return hash & (m_vecTable.size() - 1); }
     size_t next(size_t i) const { return (i + 1) & (m_vecTable.size() - 1); }
-    static bool names(const Entry& e, size_t hash, const std::string& id) {
-        return e.hash == hash && e.held->getDeviceId() == id;
+
+    // The first entry of `id` whose record `match` accepts, or kNoSlot.
+    template <class Match>
+    Slot find(const std::string& id, Match match) const {
+        const size_t hash = hashOf(id);
+        for (size_t i = home(hash); !m_vecTable.empty() && m_vecTable[i].used; i = next(i)) {
+            const Entry& e = m_vecTable[i];
+            if (e.hash == hash && e.held->getDeviceId() == id && match(*e.held)) return i;
+        }
+        return kNoSlot;
     }
 
-    // Reuses a held record, whose entry is gone, for `record`: assignment
+    // Writes `record` over a held one and makes it the newest. Assignment
     // keeps the record's string buffers, so a full index takes new records
     // without allocating.
-    void retake(Held held, const Record& record) {
+    void makeNewest(Held held, const Record& record) {
         *held = record;
         m_lstRecords.splice(m_lstRecords.end(), m_lstRecords, held);
-        insert(held);
     }
 
-    // The table is at most half full: probes stay short.
+    // The table is at most half full: probes stay short. `held` is counted
+    // among the records already.
     void insert(Held held) {
-        if (2 * (m_lstRecords.size() + 1) > m_vecTable.size()) grow();
+        if (2 * m_lstRecords.size() > m_vecTable.size()) grow();
         place(Entry{hashOf(held->getDeviceId()), held, true});
     }
 
